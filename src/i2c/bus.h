@@ -1,0 +1,23 @@
+#pragma once
+
+#include <cstdint>
+
+namespace brisk::i2c {
+
+// The bus primitives that a back end offers; transactions and string commands run over them.
+class Bus {
+ public:
+  virtual ~Bus() = default;
+  virtual void I2c_Start() = 0;
+  virtual void I2c_RStart() = 0;
+  virtual void I2c_Stop() = 0;
+  // Sends the low 8 bits; returns the acknowledge bit: 0 = acknowledged, 1 = not.
+  virtual uint32_t I2c_Tx(uint32_t byte) = 0;
+  // Receives a byte, answered with ACK when `last` is 0, else with NACK; 0 = success.
+  virtual uint32_t I2c_Rx(uint32_t* data, uint32_t last) = 0;
+};
+
+// A 16-bit address whose top five bits are 11110 is a 10-bit address in two-byte form.
+constexpr bool IsTenBitAddress(uint16_t address) { return address >> 11 == 0x1E; }
+
+}  // namespace brisk::i2c

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+namespace brisk {
+
+// A loaded vendor library; unloaded by the destructor.
+class DynamicLibrary {
+ public:
+  virtual ~DynamicLibrary() = default;
+  // A function by export name, or by ordinal where the system has ordinals and `ordinal` is not 0.
+  // Null when the library lacks it.
+  virtual void* Symbol(const char* name, uint16_t ordinal) = 0;
+};
+
+// Vendor libraries, bound at run time because most machines have none of them. `name` is the bare
+// name ("FTD2XX", "WinIo"); the system adds its prefix and suffix and looks in the library's own
+// folder and the system's folders, never in the current directory. Null when the library is absent;
+// `whyNot` then names the file that was looked for. May block on the disk.
+class Libraries {
+ public:
+  virtual ~Libraries() = default;
+  virtual std::unique_ptr<DynamicLibrary> Load(const char* name, std::string* whyNot) = 0;
+};
+
+}  // namespace brisk
