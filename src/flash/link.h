@@ -1,0 +1,20 @@
+#pragma once
+
+#include <cstdint>
+
+namespace brisk::flash {
+
+// How a back end reaches the flash: chip select, bytes out, bytes in.
+class Link {
+ public:
+  virtual ~Link() = default;
+  virtual void Select() = 0;    // chip select goes low; whatever state it was in
+  virtual void Deselect() = 0;  // chip select goes high
+  virtual void SendByte(uint8_t byte) = 0;
+  virtual void SendAddress(uint32_t address) = 0;  // low 24 bits, most significant first
+  virtual uint8_t ReadByte() = 0;
+  // A byte of the status poll, which some links sample at another edge.
+  virtual uint8_t ReadStatus() { return ReadByte(); }
+};
+
+}  // namespace brisk::flash
