@@ -18,25 +18,29 @@ class Flash {
 
   uint32_t ReadId();
   void BulkErase();
-  void SectorErase(uint32_t address);
+  void EraseSector(uint32_t address);
   void WriteByte(uint32_t address, uint32_t data);
   void ReadByte(uint32_t address, uint32_t* data);
   uint32_t ProgramFromFile(uint32_t address, uint32_t maxSize, const char* path, bool erase);
+  // A stopped transfer counts every byte that is in the file.
   uint32_t ProgramToFile(uint32_t address, uint32_t maxSize, const char* path);
-  uint32_t progress() const { return progress_; }
+  uint32_t progress() const { return progress_; }  // percent
   void Stop() { running_ = false; }
 
  private:
+  void Begin();
+  void End();
+  // Selects and sends a command, leaving the flash selected.
+  void Send(uint8_t command);
+  void Send(uint8_t command, uint32_t address);
   void WriteEnable();
   void WaitUntilReady();
-  void Command(uint8_t command);
-  void Command(uint8_t command, uint32_t address);
   uint32_t ProgramPage(uint32_t address, File& file);
-  bool StopAsked(uint64_t done, uint64_t total);
+  bool StopAsked(uint32_t done, uint32_t total);
 
   Link& link_;
   ProgressReporter& reporter_;
-  uint32_t progress_ = 0;  // percent
+  uint32_t progress_ = 0;
   bool running_ = false;
 };
 

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <memory>
+
+#include "api/back_end.h"
+#include "base/progress.h"
+#include "io/drv/driver.h"
+#include "lpt/ports.h"
+
+namespace brisk {
+
+// Device types with a back end of their own kind of routing; the whole list is in dispatch.cc.
+inline constexpr uint8_t kDebugBoard = 2;
+inline constexpr uint8_t kTconUsb = 4;
+inline constexpr uint8_t kFtdi = 8;
+
+// Owns one back end per device type.
+class Dispatch {
+ public:
+  Dispatch(lpt::Ports& ports, Driver& driver, ProgressReporter& reporter);
+
+  // The back end of a device type; for types without one, the base whose operations do nothing.
+  BackEnd& For(uint8_t deviceType);
+
+  static constexpr uint8_t kDeviceTypes = 10;
+
+ private:
+  std::array<std::unique_ptr<BackEnd>, kDeviceTypes> backEnds_;
+  BackEnd none_;
+};
+
+}  // namespace brisk

@@ -1,0 +1,178 @@
+#include "flash/flash.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+
+#include "base/debug.h"
+#include "flash/commands.h"
+#include "platform/platform.h"
+
+namespace brisk::flash {
+namespace {
+
+void Tell(const char* message) {
+  std::fputs(message, stdout);
+  std::fflush(stdout);
+}
+
+const char* Shown(const char* path) { return path != nullptr ? path : ""; }
+
+// Percent; 64-bit, so that sizes near 2^32 do not wrap.
+uint32_t Percent(uint64_t done, uint64_t total) {
+  return static_cast<uint32_t>(done * 100 / total);
+}
+
+}  // namespace
+
+void Flash::Send(uint8_t command) {
+  link_.Select();
+  link_.SendByte(command);
+}
+
+void Flash::Send(uint8_t command, uint32_t address) {
+  Send(command);
+  link_.SendAddress(address);
+}
+
+void Flash::WriteEnable() {
+  Send(kWriteEnable);
+  link_.Deselect();
+}
+
+// One chip select for the whole poll; ends silently on a time-out.
+void Flash::WaitUntilReady() {
+  const uint32_t start = platform().clock.TickCount();
+  Send(kReadStatus);
+  while ((link_.ReadStatus() & kWriteInProgress) != 0 &&
+         platform().clock.TickCount() - start <= kBusyLimit) {
+  }
+  link_.Deselect();
+}
+
+void Flash::BulkErase() {
+  WriteEnable();
+  Send(kBulkErase);
+  link_.Deselect();
+  WaitUntilReady();
+}
+
+void Flash::EraseSector(uint32_t address) {
+  WriteEnable();
+  Send(kSectorErase, address);
+  link_.Deselect();
+  WaitUntilReady();
+}
+
+void Flash::WriteByte(uint32_t address, uint32_t data) {
+  debugLog.Print(0, "SPIWriteByte, adr = %x, data=%x\n", address, data);
+  EraseSector(address);
+  WriteEnable();
+  Send(kPageProgram, address);
+  link_.SendByte(static_cast<uint8_t>(data));
+  link_.Deselect();
+  WaitUntilReady();
+}
+
+void Flash::ReadByte(uint32_t address, uint32_t* data) {
+  debugLog.Print(0, "SPIReadByte, adr = %x\n", address);
+  if (data == nullptr) return;
+  Send(kReadData, address);
+  const uint8_t byte = link_.ReadByte();
+  link_.Deselect();
+  *data = byte;
+}
+
+uint32_t Flash::ReadId() {
+  Send(kReadIdentification);
+  const uint32_t manufacturer = link_.ReadByte();
+  const uint32_t type = link_.ReadByte();
+  const uint32_t capacity = link_.ReadByte();
+  link_.Deselect();
+  debugLog.Print(0,
+                 "SPIReadID, Manufacturer ID = 0x%x, Memory Type =0x%x,  Memory Capacity =0x%x\n",
+                 manufacturer, type, capacity);
+  return manufacturer << 16 | type << 8 | capacity;
+}
+
+// The page program goes out even when the file has nothing left for it.
+uint32_t Flash::ProgramPage(uint32_t address, File& file) {
+  std::array<uint8_t, kPageSize> page{};
+  WriteEnable();
+  Send(kPageProgram, address);
+  const auto count = static_cast<uint32_t>(file.Read(page.data(), page.size()));
+  for (uint32_t i = 0; i < count; ++i) link_.SendByte(page[i]);
+  link_.Deselect();
+  WaitUntilReady();
+  return count;
+}
+
+uint32_t Flash::ProgramFromFile(uint32_t address, uint32_t maxSize, const char* path, bool erase) {
+  debugLog.Print(0, "SPIProgramFromFile, adr = %x, maxsize=%x, szfile=%s\n", address, maxSize,
+                 Shown(path));
+  Begin();
+  const auto file = path != nullptr ? platform().files.OpenForReading(path) : nullptr;
+  if (file == nullptr) {
+    Tell("\nCan't open the input file.");
+    End();
+    return 0;
+  }
+  debugLog.Print(0, "SPIProgramFromFile, adr = %x, maxsize=%x\n", address, maxSize);
+  if (erase) BulkErase();
+
+  const uint64_t pages = (uint64_t{maxSize} + kPageSize - 1) / kPageSize;
+  uint32_t programmed = 0;
+  for (uint64_t page = 0; page < pages; ++page) {
+    const auto offset = static_cast<uint32_t>(page * kPageSize);
+    programmed = offset + ProgramPage(address + offset, *file);
+    progress_ = Percent(page, pages);
+    if (StopAsked(programmed, maxSize) || file->AtEnd()) break;
+  }
+  End();
+  return programmed;
+}
+
+// One read command covers the whole range.
+uint32_t Flash::ProgramToFile(uint32_t address, uint32_t maxSize, const char* path) {
+  Begin();
+  debugLog.Print(0, "SPIProgramToFile, adr = %x, maxsize=%x, szfile=%s\n", address, maxSize,
+                 Shown(path));
+  const auto file = path != nullptr ? platform().files.Create(path) : nullptr;
+  if (file == nullptr) {
+    Tell("\nCan't open the output file.");
+    End();
+    return 0;
+  }
+  Send(kReadData, address);
+  std::array<uint8_t, kPageSize> chunk{};
+  uint32_t done = 0;
+  while (done < maxSize) {
+    const uint32_t count = std::min(kPageSize, maxSize - done);
+    std::generate_n(chunk.begin(), count, [this] { return link_.ReadByte(); });
+    file->Write(chunk.data(), count);
+    progress_ = Percent(done, maxSize);
+    done += count;
+    if (StopAsked(done, maxSize)) break;
+  }
+  link_.Deselect();
+  file->Close();
+  End();
+  return done;
+}
+
+void Flash::Begin() {
+  progress_ = 0;
+  running_ = true;
+}
+
+void Flash::End() {
+  progress_ = 100;
+  running_ = false;
+}
+
+bool Flash::StopAsked(uint32_t done, uint32_t total) {
+  if (reporter_.Report(done, total)) running_ = false;
+  return !running_;
+}
+
+}  // namespace brisk::flash
