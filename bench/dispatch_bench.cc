@@ -1,0 +1,88 @@
+// What the front adds to a call, and what the port primitive adds to its counter read and port
+// access.
+#include <benchmark/benchmark.h>
+
+#include <array>
+#include <cstdint>
+
+#include "api/instance.h"
+#include "brisk/brisk.h"
+#include "brisk/brisk_sim.h"
+#include "lpt/ports.h"
+
+namespace {
+
+void Load() {
+  static const bool loaded = [] {
+    std::array<char, 256> message{};
+    BriskSimConfigure("adapter=lpt", message.data(), message.size());
+    return true;
+  }();
+  benchmark::DoNotOptimize(loaded);
+}
+
+// The cheapest operation there is: the difference is the dispatch.
+void BM_DispatchedCall(benchmark::State& state) {
+  Load();
+  for (auto _ : state) benchmark::DoNotOptimize(SPIGetProgress());
+}
+BENCHMARK(BM_DispatchedCall);
+
+void BM_DirectBackEndCall(benchmark::State& state) {
+  Load();
+  brisk::BackEnd& backEnd = brisk::AttachedInstance()->dispatch().For(0);
+  for (auto _ : state) benchmark::DoNotOptimize(backEnd.SPIGetProgress());
+}
+BENCHMARK(BM_DirectBackEndCall);
+
+class NullPort : public brisk::PortIo {
+ public:
+  void Out(uint16_t, uint8_t value) override { benchmark::DoNotOptimize(value); }
+  uint8_t In(uint16_t) override { return 0xFF; }
+};
+
+class Counter : public brisk::Clock {
+ public:
+  uint64_t TimeStampCounter() override { return __builtin_ia32_rdtsc(); }
+  int64_t PerformanceFrequency() override { return 0; }
+  int64_t PerformanceCounter() override { return 0; }
+  uint32_t TickCount() override { return 0; }
+  int64_t LocalTime() override { return 0; }
+  void Sleep(uint32_t) override {}
+};
+
+void BM_CounterReadAndPortCall(benchmark::State& state) {
+  NullPort port;
+  Counter clock;
+  brisk::PortIo* io = &port;
+  brisk::Clock* counter = &clock;
+  benchmark::DoNotOptimize(io);
+  benchmark::DoNotOptimize(counter);
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(counter->TimeStampCounter());
+    io->Out(0x378, 0x55);
+  }
+}
+BENCHMARK(BM_CounterReadAndPortCall);
+
+void BM_PortOutWithoutSettleTime(benchmark::State& state) {
+  NullPort port;
+  Counter clock;
+  brisk::lpt::Ports ports(port, clock);
+  benchmark::DoNotOptimize(&ports);
+  for (auto _ : state) ports.Port_Out(0x378, 0x55);
+}
+BENCHMARK(BM_PortOutWithoutSettleTime);
+
+// Port accesses a second that the simulated bench carries: an I2C byte is 27 writes and a read.
+void BM_SimulatedPortAccess(benchmark::State& state) {
+  Load();
+  BriskSetDevice(0);
+  for (auto _ : state) benchmark::DoNotOptimize(I2c_Tx(0xA5));
+  state.SetItemsProcessed(state.iterations() * 28);
+}
+BENCHMARK(BM_SimulatedPortAccess);
+
+}  // namespace
+
+BENCHMARK_MAIN();
