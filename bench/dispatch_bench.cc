@@ -1,13 +1,16 @@
 // What the front adds to a call, and what the port primitive adds to its counter read and port
 // access.
-#include <benchmark/benchmark.h>
-
+#include <algorithm>
 #include <array>
+#include <benchmark/benchmark.h>
+#include <chrono>
 #include <cstdint>
+#include <vector>
 
-#include "api/instance.h"
 #include "brisk/brisk.h"
 #include "brisk/brisk_sim.h"
+
+#include "api/instance.h"
 #include "lpt/ports.h"
 
 namespace {
@@ -44,8 +47,10 @@ class NullPort : public brisk::PortIo {
 class Counter : public brisk::Clock {
  public:
   uint64_t TimeStampCounter() override { return __builtin_ia32_rdtsc(); }
-  int64_t PerformanceFrequency() override { return 0; }
-  int64_t PerformanceCounter() override { return 0; }
+  int64_t PerformanceFrequency() override { return 1000000000; }
+  int64_t PerformanceCounter() override {
+    return std::chrono::steady_clock::now().time_since_epoch().count();
+  }
   uint32_t TickCount() override { return 0; }
   int64_t LocalTime() override { return 0; }
   void Sleep(uint32_t) override {}
@@ -73,6 +78,25 @@ void BM_PortOutWithoutSettleTime(benchmark::State& state) {
   for (auto _ : state) ports.Port_Out(0x378, 0x55);
 }
 BENCHMARK(BM_PortOutWithoutSettleTime);
+
+// How much later than its 5 us a wait ends, by the time-stamp counter: median and 99th percentile.
+void BM_SettleTimeOf5us(benchmark::State& state) {
+  NullPort port;
+  Counter clock;
+  brisk::lpt::Ports ports(port, clock);
+  const double ticksPerUs = ports.Cpu_GetFrequency();
+  ports.SetClockRate(100);
+  std::vector<double> late;
+  for (auto _ : state) {
+    const uint64_t start = __builtin_ia32_rdtsc();
+    ports.Port_Out(0x378, 0x55);
+    late.push_back(static_cast<double>(__builtin_ia32_rdtsc() - start) / ticksPerUs - 5.0);
+  }
+  std::sort(late.begin(), late.end());
+  state.counters["median_late_us"] = late[late.size() / 2];
+  state.counters["p99_late_us"] = late[late.size() * 99 / 100];
+}
+BENCHMARK(BM_SettleTimeOf5us);
 
 // Port accesses a second that the simulated bench carries: an I2C byte is 27 writes and a read.
 void BM_SimulatedPortAccess(benchmark::State& state) {

@@ -1,12 +1,12 @@
 // Arbitrary text as string commands: nothing is read beyond the terminator, every command that
 // started the bus stops it, and a read writes at most seven characters.
+#include "i2c/string_command.h"
+
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <string>
 #include <vector>
-
-#include "i2c/string_command.h"
 
 namespace {
 

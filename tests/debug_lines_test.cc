@@ -1,14 +1,14 @@
 // What the exports write to the debugger output stream, and when.
-#include <gtest/gtest.h>
-
 #include <cstdint>
 #include <cstdio>
 #include <functional>
+#include <gtest/gtest.h>
 #include <string>
 #include <vector>
 
-#include "base/debug.h"
 #include "brisk/brisk.h"
+
+#include "base/debug.h"
 #include "support/bench_test.h"
 
 namespace brisk {
@@ -56,9 +56,11 @@ TEST_F(DebugLines, EveryLineOfTheTable) {
          const uint8_t data[] = {0x21, 0x22};
          I2cWriteData(0xF4, command, 1, data, 2);
        },
-       "I2cWriteData :  device=0x000000f4, cmd=0x00000010, cmdlen=1, data=0x00000021, data len=2\n"},
+       "I2cWriteData :  device=0x000000f4, cmd=0x00000010, cmdlen=1, data=0x00000021, data "
+       "len=2\n"},
       {[] { I2cWriteData(0xF4, bytes, 0, bytes, 0); },
-       "I2cWriteData :  device=0x000000f4, cmd=0x00000000, cmdlen=0, data=0x00000000, data len=0\n"},
+       "I2cWriteData :  device=0x000000f4, cmd=0x00000000, cmdlen=0, data=0x00000000, data "
+       "len=0\n"},
       {[] {
          const uint8_t command[] = {0x10};
          I2cReadData(0xF4, command, 1, bytes, 2);

@@ -1,13 +1,13 @@
 // The dispatch table as data: every export in every column.
-#include <gtest/gtest.h>
-
 #include <array>
 #include <cstdint>
 #include <functional>
+#include <gtest/gtest.h>
 #include <string>
 #include <vector>
 
 #include "brisk/brisk.h"
+
 #include "support/bench_test.h"
 
 namespace brisk {
@@ -48,7 +48,8 @@ constexpr int64_t O = kOwn, N = kNone, C = kCalc;
 const std::vector<Row> kTable = {
     {"Sddi_Erase", Nothing([] { Sddi_Erase(0); }), {O, O, N, N, N, O, N, N, O}},
     {"Sddi_Bitblt", Nothing([] { Sddi_Bitblt(0, 0, 0); }), {O, O, N, N, N, O, N, N, O}},
-    {"Sddi_Bitblt_Copy", Nothing([] { Sddi_Bitblt_Copy(0, 0, 1, 1, 2, 2); }),
+    {"Sddi_Bitblt_Copy",
+     Nothing([] { Sddi_Bitblt_Copy(0, 0, 1, 1, 2, 2); }),
      {O, O, N, N, N, O, N, N, O}},
     {"C1_TxDebug", Nothing([] { C1_TxDebug(8, 0x55); }), {O, O, N, N, N, O, N, N, O}},
     {"Sddi_Bitmap", [] { return Sddi_Bitmap(kMissing, 0); }, {O, O, 1, 1, 0, O, 0, 1, O}},
@@ -56,9 +57,11 @@ const std::vector<Row> kTable = {
     {"Sddi_Tx", Nothing([] { Sddi_Tx(7, 0x13); }), {O, O, O, N, N, O, N, N, O}},
     {"Lpt_Output", [] { return Lpt_Output(0x57); }, {O, O, O, 1, 0, O, 0, 1, O}},
     {"Lpt_Input", [] { return Lpt_Input(bytes); }, {O, O, O, 1, 0, O, 0, 1, O}},
-    {"Pll_Clock", [] { return Pll_Clock(25000, 14318, outputs, outputs + 1, outputs + 2); },
+    {"Pll_Clock",
+     [] { return Pll_Clock(25000, 14318, outputs, outputs + 1, outputs + 2); },
      {C, C, 1, 1, 0, C, 0, 1, C}},
-    {"Pll_Nandu", [] { return Pll_Nandu(65000, 27000, outputs, outputs + 1, outputs + 2); },
+    {"Pll_Nandu",
+     [] { return Pll_Nandu(65000, 27000, outputs, outputs + 1, outputs + 2); },
      {C, C, 1, 1, 0, C, 0, 1, C}},
     {"Pll_Write", [] { return Pll_Write(1, 2, 3, 4, 5); }, {0, O, O, 0, 0, 0, 0, 0, 0}},
     {"I2c_Start", Nothing([] { I2c_Start(); }), {O, O, O, O, N, O, N, N, O}},
@@ -77,32 +80,39 @@ const std::vector<Row> kTable = {
     {"I2cWriteHead", [] { return I2cWriteHead(0xF4, 0x10); }, {O, O, 1, 1, 0, O, 0, 0, O}},
     {"I2cWriteByte", [] { return I2cWriteByte(0xF4, 0x10, 1); }, {O, O, O, O, O, O, 0, 0, O}},
     {"I2cReadByte", [] { return I2cReadByte(0xF4, 0x10, bytes); }, {O, O, O, O, O, O, 0, 0, O}},
-    {"I2cWriteData", [] { return I2cWriteData(0xF4, bytes, 1, bytes, 2); },
+    {"I2cWriteData",
+     [] { return I2cWriteData(0xF4, bytes, 1, bytes, 2); },
      {O, O, O, O, O, O, O, O, O}},
-    {"I2cReadData", [] { return I2cReadData(0xF4, bytes, 1, bytes + 4, 2); },
+    {"I2cReadData",
+     [] { return I2cReadData(0xF4, bytes, 1, bytes + 4, 2); },
      {O, O, O, O, O, O, O, O, O}},
     {"I2cSetClockRate", Nothing([] { I2cSetClockRate(400); }), {O, O, N, N, O, O, N, O, O}},
     {"SPIBulkErase", Nothing([] { SPIBulkErase(); }), {O, O, O, N, N, O, N, O, O}},
     {"SPISectorErase", Nothing([] { SPISectorErase(0); }), {O, O, O, N, N, O, N, O, O}},
     {"SPIWriteByte", Nothing([] { SPIWriteByte(0, 0); }), {O, O, O, N, N, O, N, O, O}},
     {"SPIReadByte", Nothing([] { SPIReadByte(0, &word); }), {O, O, O, N, N, O, N, O, O}},
-    {"SPIProgramFromFile", [] { return SPIProgramFromFile(0, 256, kMissing, 0); },
+    {"SPIProgramFromFile",
+     [] { return SPIProgramFromFile(0, 256, kMissing, 0); },
      {O, O, O, 0, 0, O, 0, O, O}},
-    {"SPIProgramToFile", [] { return SPIProgramToFile(0, 256, kMissing); },
+    {"SPIProgramToFile",
+     [] { return SPIProgramToFile(0, 256, kMissing); },
      {O, O, O, 0, 0, O, 0, O, O}},
     {"SPIGetProgress", [] { return SPIGetProgress(); }, {O, O, O, 0, 0, O, 0, O, O}},
     {"SPIReadID", [] { return SPIReadID(); }, {O, O, O, 0, O, O, 1, O, O}},
     {"SPIInit", Nothing([] { SPIInit(); }), {O, O, N, N, N, O, N, O, O}},
     {"SPIStop", Nothing([] { SPIStop(); }), {O, O, N, N, N, O, N, O, O}},
     {"SPISetClockRate", Nothing([] { SPISetClockRate(100); }), {N, O, N, N, N, N, N, N, N}},
-    {"I2cLib_Write", [] { return I2cLib_Write(2, 0xF4, bytes, 1, bytes, 1); },
+    {"I2cLib_Write",
+     [] { return I2cLib_Write(2, 0xF4, bytes, 1, bytes, 1); },
      {O, O, O, O, O, O, O, 1, O}},
     {"I2cLib_Read", [] { return I2cLib_Read(2, 0xF4, bytes, 1); }, {O, O, O, O, O, O, O, 1, O}},
-    {"I2cLib_WriteRead", [] { return I2cLib_WriteRead(2, 0xF4, bytes, 1, bytes + 4, 1); },
+    {"I2cLib_WriteRead",
+     [] { return I2cLib_WriteRead(2, 0xF4, bytes, 1, bytes + 4, 1); },
      {O, O, O, O, O, O, O, 1, O}},
     {"I2cLib_W1Byte", [] { return I2cLib_W1Byte(2, 0xF4, 1); }, {O, O, O, O, O, O, O, 1, O}},
     {"I2cLib_W2Bytes", [] { return I2cLib_W2Bytes(2, 0xF4, 1, 2); }, {O, O, O, O, O, O, O, 1, O}},
-    {"I2cLib_W1ByteR1Byte", [] { return I2cLib_W1ByteR1Byte(2, 0xF4, 1, bytes); },
+    {"I2cLib_W1ByteR1Byte",
+     [] { return I2cLib_W1ByteR1Byte(2, 0xF4, 1, bytes); },
      {O, O, O, O, O, O, O, 1, O}},
 };
 
@@ -124,8 +134,8 @@ TEST_F(DispatchTable, EveryCellOfEveryExport) {
       if (expected == kOwn) continue;
       const uint64_t before = bench().HardwareAccesses();
       const int64_t result = row.call();
-      const std::string cell = std::string(row.name) + ", device type " +
-                               std::to_string(kColumns[column]);
+      const std::string cell =
+          std::string(row.name) + ", device type " + std::to_string(kColumns[column]);
       if (expected != kCalc) {
         EXPECT_EQ(result, expected) << cell;
       }
@@ -136,9 +146,9 @@ TEST_F(DispatchTable, EveryCellOfEveryExport) {
 
 // On the parallel port an own cell moves lines, except where it is bookkeeping.
 TEST_F(DispatchTable, OwnCellsOfTheParallelPortReachThePort) {
-  const std::vector<std::string> quiet = {"SPIGetProgress",     "SPIStop",          "I2cSetClockRate",
-                                          "SPIProgramFromFile", "SPIProgramToFile", "Sddi_Bitmap",
-                                          "Sddi_Jpeg"};
+  const std::vector<std::string> quiet = {
+      "SPIGetProgress",   "SPIStop",     "I2cSetClockRate", "SPIProgramFromFile",
+      "SPIProgramToFile", "Sddi_Bitmap", "Sddi_Jpeg"};
   for (const uint8_t type : {0, 5, 9}) {
     for (const Row& row : kTable) {
       if (row.cells[0] != kOwn || std::find(quiet.begin(), quiet.end(), row.name) != quiet.end()) {

@@ -1,15 +1,15 @@
 // Flash operations and file transfers through the exported functions, on every wiring of the
 // parallel port, against the simulated flash's contents.
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <cstdint>
+#include <gtest/gtest.h>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "brisk/brisk.h"
 #include "brisk/brisk_extensions.h"
+
 #include "support/bench_test.h"
 #include "support/files.h"
 
@@ -104,10 +104,11 @@ TEST_P(FlashOnWires, ProgramAndReadBack) {
     SCOPED_TRACE(test.name);
     SPIBulkErase();
     const Bytes bytes = RandomBytes(test.fileSize);
-    EXPECT_EQ(SPIProgramFromFile(test.address, test.maxSize, FileOf(bytes).c_str(), 0), test.result);
+    EXPECT_EQ(SPIProgramFromFile(test.address, test.maxSize, FileOf(bytes).c_str(), 0),
+              test.result);
     EXPECT_EQ(SPIGetProgress(), 100u);
-    const Bytes expected(bytes.begin(), bytes.begin() + std::min<std::ptrdiff_t>(
-                                                            test.result, std::ssize(bytes)));
+    const Bytes expected(bytes.begin(),
+                         bytes.begin() + std::min<std::ptrdiff_t>(test.result, std::ssize(bytes)));
     EXPECT_EQ(Content(test.address, expected.size()), expected);
     EXPECT_EQ(Content(test.address + test.result, 1), Bytes{0xFF});
 
@@ -192,8 +193,9 @@ TEST_P(FlashOnWires, ProgressIsReportedAndCanStop) {
   const std::string in = FileOf(bytes);
   const std::string out = folder.File("out.bin");
   SPIProgramFromFile(0, 0x480, in.c_str(), 1);
-  EXPECT_EQ(reports.seen, (std::vector<std::pair<uint32_t, uint32_t>>{
-                              {0x100, 0x480}, {0x200, 0x480}, {0x300, 0x480}, {0x400, 0x480}, {0x500, 0x480}}));
+  EXPECT_EQ(reports.seen,
+            (std::vector<std::pair<uint32_t, uint32_t>>{
+                {0x100, 0x480}, {0x200, 0x480}, {0x300, 0x480}, {0x400, 0x480}, {0x500, 0x480}}));
   EXPECT_EQ(reports.percent, (std::vector<uint32_t>{0, 20, 40, 60, 80}));
 
   reports = {};

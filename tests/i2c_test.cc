@@ -1,13 +1,13 @@
 // Transactions and string commands through the exported functions, as they appear on the wires, on
 // every wiring of the parallel port.
-#include <gtest/gtest.h>
-
 #include <cstdint>
 #include <cstring>
+#include <gtest/gtest.h>
 #include <string>
 #include <vector>
 
 #include "brisk/brisk.h"
+
 #include "support/bench_test.h"
 #include "support/i2c_monitor.h"
 
@@ -122,17 +122,18 @@ TEST_P(I2cOnWires, MissingAcknowledges) {
   };
   const uint8_t command[] = {0x20, 0x21, 0x22};
   const uint8_t data[] = {0x31, 0x32};
-  for (const Case& test : {Case{"nak@1", 0, "S F4- P"}, Case{"nak@2", 1, "S F4+ 20- 21+ 22+ 31+ 32+ P"},
-                           Case{"nak@4", 0, "S F4+ 20+ 21+ 22- P"},
-                           Case{"nak@5", 0, "S F4+ 20+ 21+ 22+ 31- P"},
-                           Case{"nak@6", 0, "S F4+ 20+ 21+ 22+ 31+ 32- P"}}) {
+  for (const Case& test :
+       {Case{"nak@1", 0, "S F4- P"}, Case{"nak@2", 1, "S F4+ 20- 21+ 22+ 31+ 32+ P"},
+        Case{"nak@4", 0, "S F4+ 20+ 21+ 22- P"}, Case{"nak@5", 0, "S F4+ 20+ 21+ 22+ 31- P"},
+        Case{"nak@6", 0, "S F4+ 20+ 21+ 22+ 31+ 32- P"}}) {
     SCOPED_TRACE(test.nak);
     Connect(std::string("adapter=") + GetParam().name + ",fault=" + test.nak);
     EXPECT_EQ(I2cWriteData(0xF4, command, 3, data, 2), test.result);
     EXPECT_EQ(monitor.Take(), test.wires);
   }
-  for (const Case& test : {Case{"nak@2", 0, "S F4+ 20- 21+ 22+ P"}, Case{"nak@4", 0, "S F4+ 20+ 21+ 22- P"},
-                           Case{"nak@5", 0, "S F4+ 20+ 21+ 22+ 31- 32+ P"}}) {
+  for (const Case& test :
+       {Case{"nak@2", 0, "S F4+ 20- 21+ 22+ P"}, Case{"nak@4", 0, "S F4+ 20+ 21+ 22- P"},
+        Case{"nak@5", 0, "S F4+ 20+ 21+ 22+ 31- 32+ P"}}) {
     SCOPED_TRACE(test.nak);
     Connect(std::string("adapter=") + GetParam().name + ",fault=" + test.nak);
     EXPECT_EQ(I2cLib_Write(0, 0xF4, command, 3, data, 2), test.result);

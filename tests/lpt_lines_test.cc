@@ -1,8 +1,7 @@
 // The parallel port's register writes, one by one: what every primitive puts on which register.
-#include <gtest/gtest.h>
-
 #include <cstdint>
 #include <deque>
+#include <gtest/gtest.h>
 #include <string>
 #include <utility>
 #include <vector>
@@ -68,7 +67,8 @@ std::vector<Access> WiringAByte(uint8_t byte) {
 TEST_F(LptLines, WiringAStartByteStop) {
   LptI2c i2c(ports, kWiringA, 0x378);
   i2c.I2c_Start();
-  EXPECT_EQ(Take(), (std::vector<Access>{{0x378, 0xFE}, {0x378, 0xFF}, {0x378, 0xFE}, {0x378, 0xFC}}));
+  EXPECT_EQ(Take(),
+            (std::vector<Access>{{0x378, 0xFE}, {0x378, 0xFF}, {0x378, 0xFE}, {0x378, 0xFC}}));
 
   port.status = {0xEF};  // bit 4 low: acknowledged
   EXPECT_EQ(i2c.I2c_Tx(0xFFFFFFA5), 0u);
@@ -135,16 +135,22 @@ struct SingleBitCase {
 
 TEST_F(LptLines, SingleBitsAreBuiltFromTheOutputByte) {
   const std::vector<SingleBitCase> cases = {
-      {"A", &kWiringA, 0x54,
+      {"A",
+       &kWiringA,
+       0x54,
        {{0x378, 0x55}, {0x378, 0x57}, {0x378, 0x55}},
        {{0x378, 0x54}, {0x378, 0x56}, {0x378, 0x54}},
        {{0x378, 0x55}, {0x378, 0x57}, {-1, 0}, {0x378, 0x55}}},
-      {"B", &kWiringB, 0x54,
+      {"B",
+       &kWiringB,
+       0x54,
        {{0x378, 0xD4}, {0x378, 0xDC}, {0x378, 0xD4}},
        {{0x378, 0x54}, {0x378, 0x5C}, {0x378, 0x54}},
        {{0x378, 0xD4}, {0x378, 0xDC}, {-1, 0}, {0x378, 0xD4}}},
       // The clock bit is cleared at the end of a sent bit, but not of a read one.
-      {"C, clock bit set", &kWiringC, 0x0C,
+      {"C, clock bit set",
+       &kWiringC,
+       0x0C,
        {{0x378, 0x8C}, {0x378, 0x8C}, {0x378, 0x84}},
        {{0x378, 0x0C}, {0x378, 0x0C}, {0x378, 0x04}},
        {{0x378, 0x8C}, {0x378, 0x8C}, {-1, 0}, {0x378, 0x8C}}},

@@ -1,10 +1,10 @@
 // Settle time and clock measurement, by counting counter reads on the simulated clock.
-#include <gtest/gtest.h>
-
 #include <cstdint>
+#include <gtest/gtest.h>
 #include <string>
 
 #include "brisk/brisk.h"
+
 #include "support/bench_test.h"
 
 namespace brisk {

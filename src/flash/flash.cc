@@ -2,19 +2,14 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
 
 #include "base/debug.h"
+#include "base/user_message.h"
 #include "flash/commands.h"
 #include "platform/platform.h"
 
 namespace brisk::flash {
 namespace {
-
-void Tell(const char* message) {
-  std::fputs(message, stdout);
-  std::fflush(stdout);
-}
 
 const char* Shown(const char* path) { return path != nullptr ? path : ""; }
 
@@ -25,85 +20,34 @@ uint32_t Percent(uint64_t done, uint64_t total) {
 
 }  // namespace
 
-void Flash::Send(uint8_t command) {
-  link_.Select();
-  link_.SendByte(command);
-}
-
-void Flash::Send(uint8_t command, uint32_t address) {
-  Send(command);
-  link_.SendAddress(address);
-}
-
-void Flash::WriteEnable() {
-  Send(kWriteEnable);
-  link_.Deselect();
-}
-
-// One chip select for the whole poll; ends silently on a time-out.
-void Flash::WaitUntilReady() {
-  const uint32_t start = platform().clock.TickCount();
-  Send(kReadStatus);
-  while ((link_.ReadStatus() & kWriteInProgress) != 0 &&
-         platform().clock.TickCount() - start <= kBusyLimit) {
-  }
-  link_.Deselect();
-}
-
-void Flash::BulkErase() {
-  WriteEnable();
-  Send(kBulkErase);
-  link_.Deselect();
-  WaitUntilReady();
-}
-
-void Flash::EraseSector(uint32_t address) {
-  WriteEnable();
-  Send(kSectorErase, address);
-  link_.Deselect();
-  WaitUntilReady();
-}
-
 void Flash::WriteByte(uint32_t address, uint32_t data) {
   debugLog.Print(0, "SPIWriteByte, adr = %x, data=%x\n", address, data);
-  EraseSector(address);
-  WriteEnable();
-  Send(kPageProgram, address);
+  sequences_.EraseSector(address);
+  sequences_.BeginProgram(address);
   link_.SendByte(static_cast<uint8_t>(data));
-  link_.Deselect();
-  WaitUntilReady();
+  sequences_.EndProgram();
 }
 
 void Flash::ReadByte(uint32_t address, uint32_t* data) {
   debugLog.Print(0, "SPIReadByte, adr = %x\n", address);
-  if (data == nullptr) return;
-  Send(kReadData, address);
-  const uint8_t byte = link_.ReadByte();
-  link_.Deselect();
-  *data = byte;
+  if (data != nullptr) *data = sequences_.ReadByte(address);
 }
 
 uint32_t Flash::ReadId() {
-  Send(kReadIdentification);
-  const uint32_t manufacturer = link_.ReadByte();
-  const uint32_t type = link_.ReadByte();
-  const uint32_t capacity = link_.ReadByte();
-  link_.Deselect();
+  const uint32_t id = sequences_.ReadId();
   debugLog.Print(0,
                  "SPIReadID, Manufacturer ID = 0x%x, Memory Type =0x%x,  Memory Capacity =0x%x\n",
-                 manufacturer, type, capacity);
-  return manufacturer << 16 | type << 8 | capacity;
+                 id >> 16, id >> 8 & 0xFF, id & 0xFF);
+  return id;
 }
 
 // The page program goes out even when the file has nothing left for it.
 uint32_t Flash::ProgramPage(uint32_t address, File& file) {
   std::array<uint8_t, kPageSize> page{};
-  WriteEnable();
-  Send(kPageProgram, address);
+  sequences_.BeginProgram(address);
   const auto count = static_cast<uint32_t>(file.Read(page.data(), page.size()));
   for (uint32_t i = 0; i < count; ++i) link_.SendByte(page[i]);
-  link_.Deselect();
-  WaitUntilReady();
+  sequences_.EndProgram();
   return count;
 }
 
@@ -113,7 +57,7 @@ uint32_t Flash::ProgramFromFile(uint32_t address, uint32_t maxSize, const char* 
   Begin();
   const auto file = path != nullptr ? platform().files.OpenForReading(path) : nullptr;
   if (file == nullptr) {
-    Tell("\nCan't open the input file.");
+    TellUser("\nCan't open the input file.");
     End();
     return 0;
   }
@@ -139,11 +83,11 @@ uint32_t Flash::ProgramToFile(uint32_t address, uint32_t maxSize, const char* pa
                  Shown(path));
   const auto file = path != nullptr ? platform().files.Create(path) : nullptr;
   if (file == nullptr) {
-    Tell("\nCan't open the output file.");
+    TellUser("\nCan't open the output file.");
     End();
     return 0;
   }
-  Send(kReadData, address);
+  sequences_.BeginRead(address);
   std::array<uint8_t, kPageSize> chunk{};
   uint32_t done = 0;
   while (done < maxSize) {
@@ -154,7 +98,7 @@ uint32_t Flash::ProgramToFile(uint32_t address, uint32_t maxSize, const char* pa
     done += count;
     if (StopAsked(done, maxSize)) break;
   }
-  link_.Deselect();
+  sequences_.EndRead();
   file->Close();
   End();
   return done;

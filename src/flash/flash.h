@@ -4,21 +4,23 @@
 
 #include "base/progress.h"
 #include "flash/link.h"
+#include "flash/sequences.h"
 #include "platform/files.h"
 
 namespace brisk::flash {
 
-// Command sequences and file transfers of the board's serial NOR flash over a link. One object per
-// back end: it owns that back end's progress and running flag. The functions are the SPI exports.
+// The SPI exports over a link: single operations with their debug lines, and the file transfers.
+// One object per back end: it owns that back end's progress and running flag.
 class Flash {
  public:
-  Flash(Link& link, ProgressReporter& reporter) : link_(link), reporter_(reporter) {}
+  Flash(Link& link, ProgressReporter& reporter)
+      : link_(link), sequences_(link), reporter_(reporter) {}
   Flash(const Flash&) = delete;
   Flash& operator=(const Flash&) = delete;
 
   uint32_t ReadId();
-  void BulkErase();
-  void EraseSector(uint32_t address);
+  void BulkErase() { sequences_.BulkErase(); }
+  void EraseSector(uint32_t address) { sequences_.EraseSector(address); }
   void WriteByte(uint32_t address, uint32_t data);
   void ReadByte(uint32_t address, uint32_t* data);
   uint32_t ProgramFromFile(uint32_t address, uint32_t maxSize, const char* path, bool erase);
@@ -30,15 +32,11 @@ class Flash {
  private:
   void Begin();
   void End();
-  // Selects and sends a command, leaving the flash selected.
-  void Send(uint8_t command);
-  void Send(uint8_t command, uint32_t address);
-  void WriteEnable();
-  void WaitUntilReady();
   uint32_t ProgramPage(uint32_t address, File& file);
   bool StopAsked(uint32_t done, uint32_t total);
 
   Link& link_;
+  Sequences sequences_;
   ProgressReporter& reporter_;
   uint32_t progress_ = 0;
   bool running_ = false;
