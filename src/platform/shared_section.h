@@ -1,11 +1,16 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 
 namespace brisk {
 
 inline constexpr uint16_t kLptBase = 0x378;
+
+// The two words that requests to the port-access driver travel in. Each process has its own; it is a
+// global because its address is part of the shared section's initial values.
+inline constinit std::array<uint32_t, 2> driverRequestBuffer = {};
 
 // The state that every process with the library loaded shares. Plain loads and stores only: no lock
 // guards it between processes. It starts with the values below when the first process loads the
@@ -14,7 +19,8 @@ struct SharedSection {
   uint32_t dwRefCount = 0;      // opens of the port-access driver not yet released
   uint32_t dwDriverStatus = 1;  // 0 = remove the driver service at the last release, 1 = nothing to
                                 // remove, 2 = the service could not be opened after creation
-  void* pDriverBuf = nullptr;   // a per-process address; never dereferenced, each process has its own
+  void* pDriverBuf = driverRequestBuffer.data();  // never dereferenced: another process may have
+                                                  // set it, each uses its own buffer
   uint16_t wLptBase = kLptBase;
   uint8_t bDeviceType = 0;
   void* hDriver = nullptr;  // of the process that attached last; never used, each has its own
