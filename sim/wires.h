@@ -16,12 +16,12 @@ class I2cDevice {
 };
 
 // The two open-drain I2C lines: a line is high when no driver pulls it low. Adapters (masters) and
-// devices each take a driver and change only their own.
+// devices each take a driver and change only their own. There is room for 32 drivers.
 class I2cWires {
  public:
-  using Driver = unsigned;
+  using Driver = uint32_t;  // one bit, in the masks of those that pull a line low
 
-  explicit I2cWires(Trace& trace);
+  explicit I2cWires(Trace& trace) : trace_(trace) {}
   I2cWires(const I2cWires&) = delete;
   I2cWires& operator=(const I2cWires&) = delete;
 
@@ -36,9 +36,10 @@ class I2cWires {
   void Resolve();
 
   Trace& trace_;
-  std::vector<uint8_t> sclReleased_;
-  std::vector<uint8_t> sdaReleased_;
   std::vector<I2cDevice*> devices_;
+  unsigned drivers_ = 0;
+  uint32_t sclPulled_ = 0;
+  uint32_t sdaPulled_ = 0;
   bool scl_ = true;
   bool sda_ = true;
   bool resolving_ = false;

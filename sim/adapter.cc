@@ -1,0 +1,19 @@
+#include "adapter.h"
+
+#include "lpt_adapter.h"
+
+namespace brisk::sim {
+namespace {
+
+// Every adapter that exists.
+constexpr AdapterKind kKinds[] = {
+    {"lpt", MakeLpt},
+    {"lpt-b", MakeLptB},
+    {"lpt-c", MakeLptC},
+};
+
+}  // namespace
+
+std::span<const AdapterKind> AdapterKinds() { return kKinds; }
+
+}  // namespace brisk::sim

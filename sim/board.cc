@@ -1,0 +1,36 @@
+#include "board.h"
+
+#include "eeprom.h"
+#include "nor_flash.h"
+#include "options.h"
+#include "timing_controller.h"
+#include "trace.h"
+
+namespace brisk::sim {
+
+Board::Board(const Options& options, VirtualClock& clock, Trace& trace, Faults& faults)
+    : i2c_(trace),
+      spi_(trace),
+      picture_(trace),
+      controller_(std::make_unique<TimingController>(options, i2c_, faults)),
+      eeprom_(std::make_unique<Eeprom>(i2c_, faults, clock)) {
+  if (options.flash != nullptr) {
+    flash_ = std::make_unique<NorFlash>(*options.flash, options.chipEraseMs, clock, faults);
+    spi_.SetDevice(flash_.get());
+  }
+  if (options.tenBitAddress >= 0) {
+    const auto address = static_cast<uint16_t>(I2cSlave::kTenBit | options.tenBitAddress);
+    tenBit_ = std::make_unique<RegisterFile>("ten-bit", address, i2c_, faults);
+  }
+}
+
+Board::~Board() = default;
+
+std::string Board::AttachFiles(const Options& options) {
+  if (options.image.empty()) return "";
+  if (flash_ == nullptr)
+    return "image=" + options.image + " needs a flash, but flash=none is given";
+  return flash_->AttachImage(options.image);
+}
+
+}  // namespace brisk::sim

@@ -1,0 +1,64 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <mutex>
+#include <random>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace brisk::sim {
+
+// What can be made to go wrong. Each kind has one line in the table of faults.cc.
+enum class FaultKind : uint8_t {
+  kNak,          // an I2C device does not acknowledge
+  kSdaLow,       // SDA stuck low
+  kSclLow,       // SCL stuck low
+  kFlashBusy,    // the flash stays busy
+  kOpenRefused,  // files cannot be opened
+  kDiskFull,     // file writes stop
+};
+
+// One fault as text: KIND[:ARGUMENT][@N][%P]. The argument narrows it (a device, a time, a size);
+// "@N" lets it strike at the Nth occasion only, counted from 1 since it was set; "%P" with a chance
+// of P percent, drawn from the bench's seed. Neither: at every occasion. For example
+// "nak:eeprom@2", "flash-busy:6000", "disk-full:1000", "sda-low".
+struct Fault {
+  FaultKind kind = FaultKind::kNak;
+  std::string argument;
+  uint64_t number = 0;  // the argument where the kind takes a number; 0 without one
+  uint64_t at = 0;
+  unsigned percent = 100;
+};
+
+// The faults that are set. Any thread may ask.
+class Faults {
+ public:
+  explicit Faults(uint32_t seed) : random_(seed) {}
+
+  // Empty when done, else what is wrong with the text.
+  static std::string Parse(std::string_view text, Fault* fault);
+  void Add(const Fault& fault);
+  void Clear();
+
+  // Whether a fault of this kind is set that has no argument or this one. Counts no occasion.
+  bool Active(FaultKind kind, std::string_view argument = {}) const;
+  // The same for one occasion, which it counts.
+  bool Strikes(FaultKind kind, std::string_view argument = {});
+  // Whether a fault of this kind is set, and its number.
+  bool Number(FaultKind kind, uint64_t* number) const;
+
+ private:
+  struct Set {
+    Fault fault;
+    uint64_t occasions = 0;
+  };
+
+  mutable std::mutex mutex_;
+  std::atomic<bool> any_{false};  // the usual answer without the lock
+  std::vector<Set> set_;
+  std::mt19937 random_;
+};
+
+}  // namespace brisk::sim

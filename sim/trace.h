@@ -1,0 +1,52 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <cstdio>
+#include <memory>
+#include <string>
+
+namespace brisk::sim {
+
+class VirtualClock;
+
+// Every line of the board as a value change dump (IEEE 1364), in nanoseconds of the bench's clock
+// since the trace was opened.
+//
+// For sigrok-cli: it makes one sample per nanosecond, so a trace of a few milliseconds is slow to
+// read as it stands. Line changes on the parallel port are at least 1 us apart, so
+// "-I vcd:downsample=500" loses none of them and reads a second of trace in a second or two.
+class Trace {
+ public:
+  enum Signal : uint8_t { kScl, kSda, kCs, kSck, kMosi, kMiso, kOne, kZero, kSignals };
+
+  explicit Trace(VirtualClock& clock) : clock_(clock) {}
+  Trace(const Trace&) = delete;
+  Trace& operator=(const Trace&) = delete;
+  ~Trace() { Close(); }
+
+  bool Open(const std::string& path);  // false when the file cannot be created
+  void Close();
+  bool enabled() const { return file_ != nullptr; }
+  void Set(Signal signal, bool level) {
+    if (levels_[signal] == level) return;
+    levels_[signal] = level;
+    if (file_ != nullptr) Record(signal, level);
+  }
+
+ private:
+  struct CloseFile {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+  };
+
+  void Record(Signal signal, bool level);
+
+  VirtualClock& clock_;
+  std::unique_ptr<std::FILE, CloseFile> file_;
+  uint64_t start_ = 0;
+  uint64_t last_ = 0;
+  // As the lines are with nothing connected.
+  std::array<bool, kSignals> levels_{true, true, true, false, false, true, true, true};
+};
+
+}  // namespace brisk::sim
