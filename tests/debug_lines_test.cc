@@ -81,9 +81,9 @@ TEST_F(DebugLines, EveryLineOfTheTable) {
     for (const bool on : {false, true}) {
       I2c_Stop();
       BriskEnableDebug(on ? 0x100 : 0);
-      bench().ClearDebugText();
+      ClearDebugText();
       test.call();
-      EXPECT_EQ(bench().debugText(), on ? test.line : "");
+      EXPECT_EQ(DebugText(), on ? test.line : "");
       BriskEnableDebug(0);
     }
   }
@@ -93,21 +93,21 @@ TEST_F(DebugLines, EveryLineOfTheTable) {
 TEST_F(DebugLines, WithoutABackEnd) {
   BriskSetDevice(6);
   BriskEnableDebug(1);
-  bench().ClearDebugText();
+  ClearDebugText();
   I2c_Start();
   EXPECT_EQ(I2cWrite(0xA0), 0u);
-  EXPECT_EQ(bench().debugText(), "I2c_Start\nI2cWrite :  0x000000a0\n");
+  EXPECT_EQ(DebugText(), "I2c_Start\nI2cWrite :  0x000000a0\n");
 }
 
 TEST_F(DebugLines, AreCutAt1023Characters) {
   const std::string longText(5000, 'x');
-  bench().ClearDebugText();
+  ClearDebugText();
   debugLog.Print(0, "%s", longText.c_str());
-  EXPECT_EQ(bench().debugText(), std::string(1023, 'x'));
-  bench().ClearDebugText();
+  EXPECT_EQ(DebugText(), std::string(1023, 'x'));
+  ClearDebugText();
   debugLog.Print(1, "above the threshold");
   debugLog.Print(-1, "below");
-  EXPECT_EQ(bench().debugText(), "below");
+  EXPECT_EQ(DebugText(), "below");
 }
 
 }  // namespace

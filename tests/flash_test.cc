@@ -35,7 +35,7 @@ class FlashOnWires : public BenchTest, public testing::WithParamInterface<Adapte
 
   // The flash's content, past every bus.
   Bytes Content(uint32_t address, size_t count) {
-    const auto begin = bench().board().flash().content().begin() + address;
+    const auto begin = bench().board().flash()->memory().begin() + address;
     return {begin, begin + static_cast<std::ptrdiff_t>(count)};
   }
 
@@ -51,13 +51,13 @@ class FlashOnWires : public BenchTest, public testing::WithParamInterface<Adapte
 INSTANTIATE_TEST_SUITE_P(Wirings, FlashOnWires,
                          testing::Values(Adapter{"lpt", 0}, Adapter{"lpt-b", 5},
                                          Adapter{"lpt-c", 9}),
-                         [](const auto& info) {
-                           return "DeviceType" + std::to_string(info.param.deviceType);
+                         [](const auto& test) {
+                           return "DeviceType" + std::to_string(test.param.deviceType);
                          });
 
 TEST_P(FlashOnWires, Identification) {
   EXPECT_EQ(SPIReadID(), 0xEF4015u);
-  EXPECT_NE(bench().debugText().find("SPIReadID, Manufacturer ID = 0xef, Memory Type =0x40,  "
+  EXPECT_NE(DebugText().find("SPIReadID, Manufacturer ID = 0xef, Memory Type =0x40,  "
                                      "Memory Capacity =0x15\n"),
             std::string::npos);
   SPIInit();
@@ -79,9 +79,9 @@ TEST_P(FlashOnWires, BytesAndSectors) {
   EXPECT_EQ(Content(0x1FFFF, 2), (Bytes{0x77, 0xFF}));
   SPIBulkErase();
   EXPECT_EQ(Content(0x1FFFF, 1), Bytes{0xFF});
-  EXPECT_NE(bench().debugText().find("SPIWriteByte, adr = 12345, data=ffffff5a\n"),
+  EXPECT_NE(DebugText().find("SPIWriteByte, adr = 12345, data=ffffff5a\n"),
             std::string::npos);
-  EXPECT_NE(bench().debugText().find("SPIReadByte, adr = ff012345\n"), std::string::npos);
+  EXPECT_NE(DebugText().find("SPIReadByte, adr = ff012345\n"), std::string::npos);
 }
 
 TEST_P(FlashOnWires, ProgramAndReadBack) {
@@ -158,7 +158,7 @@ TEST_P(FlashOnWires, UnalignedStartWraps) {
 
 TEST_P(FlashOnWires, FilesThatCannotBeOpened) {
   SPIWriteByte(0, 0x5A);
-  const uint64_t before = bench().HardwareAccesses();
+  const uint64_t before = HardwareAccesses();
   testing::internal::CaptureStdout();
   EXPECT_EQ(SPIProgramFromFile(0, 256, folder.File("none").c_str(), 1), 0u);
   EXPECT_EQ(SPIGetProgress(), 100u);
@@ -166,7 +166,7 @@ TEST_P(FlashOnWires, FilesThatCannotBeOpened) {
   EXPECT_EQ(SPIGetProgress(), 100u);
   EXPECT_EQ(testing::internal::GetCapturedStdout(),
             "\nCan't open the input file.\nCan't open the output file.");
-  EXPECT_EQ(bench().HardwareAccesses(), before);
+  EXPECT_EQ(HardwareAccesses(), before);
 }
 
 struct Reports {
@@ -175,6 +175,13 @@ struct Reports {
   size_t stopAfter = SIZE_MAX;
   bool stopWithExport = false;
 };
+
+Reports Stopping(bool withExport) {
+  Reports reports;
+  reports.stopAfter = 2;
+  reports.stopWithExport = withExport;
+  return reports;
+}
 
 int BRISK_CALL Note(uint32_t done, uint32_t total, void* context) {
   auto& reports = *static_cast<Reports*>(context);
@@ -206,10 +213,10 @@ TEST_P(FlashOnWires, ProgressIsReportedAndCanStop) {
 
   for (const bool stopWithExport : {false, true}) {
     SPIBulkErase();
-    reports = {.stopAfter = 2, .stopWithExport = stopWithExport};
+    reports = Stopping(stopWithExport);
     EXPECT_EQ(SPIProgramFromFile(0, 0x500, in.c_str(), 0), 0x200u);
     EXPECT_EQ(Content(0x200, 0x300), Bytes(0x300, 0xFF));
-    reports = {.stopAfter = 2, .stopWithExport = stopWithExport};
+    reports = Stopping(stopWithExport);
     EXPECT_EQ(SPIProgramToFile(0, 0x500, out.c_str()), 0x200u);
     EXPECT_EQ(ReadFile(out).size(), 0x200u);
     EXPECT_EQ(SPIGetProgress(), 100u);
@@ -222,15 +229,15 @@ TEST_P(FlashOnWires, ProgressIsReportedAndCanStop) {
 
 TEST_P(FlashOnWires, BusyBeyondTheWaitEndsSilently) {
   Connect(",fault=flash-busy");
-  const uint64_t before = bench().clock().Nanoseconds();
+  const uint64_t before = bench().clock().Now();
   SPISectorErase(0);
-  const uint64_t waited = (bench().clock().Nanoseconds() - before) / 1000000;
+  const uint64_t waited = (bench().clock().Now() - before) / 1000000;
   EXPECT_GE(waited, 5000u);
   EXPECT_LE(waited, 5010u);
 }
 
 TEST_P(FlashOnWires, FullDiskShortensTheFile) {
-  Connect(",fault=disk-full@300");
+  Connect(",fault=disk-full:300");
   const std::string out = folder.File("out.bin");
   EXPECT_EQ(SPIProgramToFile(0, 1024, out.c_str()), 1024u);
   EXPECT_EQ(ReadFile(out).size(), 300u);

@@ -72,7 +72,7 @@ uint32_t LptBackEnd::Lpt_Output(uint8_t value) {
     ports_.Port_Out(base_ + kData, value);
     bLptImage = value & 0xFC;
   } else {
-    driver_.WriteData(value);
+    driver_.SendData(value);
   }
   return 0;
 }

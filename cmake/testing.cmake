@@ -1,0 +1,109 @@
+# Tests and fuzzers.
+#
+#   brisk_add_test(NAME [PLATFORM sim|system|none] [LABELS label...] [LIBRARIES target...]
+#                  [TIMEOUT seconds] source...)
+#
+# builds one GoogleTest program and runs it as one test. It links the library's objects and, by
+# PLATFORM, the simulated bench (the default), the operating system's platform, or no platform() at
+# all (the sources then bring their own). The label `threads` puts it into the ThreadSanitizer run.
+#
+#   brisk_add_fuzzer(NAME source...)
+#
+# builds fuzz_NAME over the simulated bench and runs it for BRISK_FUZZ_SECONDS, starting from the
+# inputs in fuzz/NAME_corpus/.
+
+set(BRISK_FUZZ_SECONDS 5 CACHE STRING "How long the tests run each fuzzer")
+
+if(WIN32)
+  # Wine with a prefix of this build's own. Test programs are linked statically, so that they find
+  # no compiler run time missing.
+  set(BRISK_WINE_PREFIX ${CMAKE_BINARY_DIR}/wine)
+  find_program(BRISK_WINE64 NAMES wine64 wine64-stable PATHS /usr/lib/wine
+    NO_CMAKE_FIND_ROOT_PATH)
+endif()
+
+if(WIN32 OR BRISK_SANITIZE)
+  # The packaged GoogleTest is neither a Windows library nor instrumented: build it here.
+  set(gtest_force_shared_crt ON CACHE BOOL "" FORCE)
+  set(INSTALL_GTEST OFF CACHE BOOL "" FORCE)
+  add_subdirectory(/usr/src/googletest ${CMAKE_BINARY_DIR}/gtest EXCLUDE_FROM_ALL)
+else()
+  find_package(GTest REQUIRED)
+endif()
+
+# Under Wine the prefix is made once, before the first test that needs it.
+if(WIN32 AND CMAKE_SIZEOF_VOID_P EQUAL 8 AND BRISK_WINE64)
+  add_test(NAME wine_prefix
+    COMMAND ${CMAKE_COMMAND} -E env "WINEPREFIX=${BRISK_WINE_PREFIX}"
+      WINEDLLOVERRIDES=mscoree,mshtml= WINEDEBUG=-all ${BRISK_WINE64} wineboot.exe --init)
+  set_tests_properties(wine_prefix PROPERTIES FIXTURES_SETUP wine_prefix TIMEOUT 300)
+endif()
+
+# The libraries that a test or fuzzer of this PLATFORM links.
+function(brisk_platform_libraries result platform)
+  if(platform STREQUAL "sim")
+    set(${result} brisk_objects brisk_sim_objects PARENT_SCOPE)
+  elseif(platform STREQUAL "system")
+    set(${result} brisk_objects brisk_platform PARENT_SCOPE)
+  elseif(platform STREQUAL "none")
+    set(${result} brisk_objects PARENT_SCOPE)
+  else()
+    message(FATAL_ERROR "PLATFORM ${platform}: expected sim, system or none")
+  endif()
+endfunction()
+
+# Registers a program as a test where this machine can run it: 64-bit Windows programs run under
+# Wine, 32-bit ones are only built.
+function(brisk_register_test name)
+  cmake_parse_arguments(PARSE_ARGV 1 ARG "" "TIMEOUT" "LABELS;ARGUMENTS")
+  if(WIN32 AND NOT (CMAKE_SIZEOF_VOID_P EQUAL 8 AND BRISK_WINE64))
+    return()
+  endif()
+  if(NOT ARG_TIMEOUT)
+    set(ARG_TIMEOUT 300)
+  endif()
+  if(WIN32)
+    add_test(NAME ${name} COMMAND ${BRISK_WINE64} $<TARGET_FILE:${name}> ${ARG_ARGUMENTS})
+    set_tests_properties(${name} PROPERTIES
+      ENVIRONMENT "WINEPREFIX=${BRISK_WINE_PREFIX};WINEDLLOVERRIDES=mscoree,mshtml=;WINEDEBUG=-all"
+      FIXTURES_REQUIRED wine_prefix)
+  else()
+    add_test(NAME ${name} COMMAND ${name} ${ARG_ARGUMENTS})
+  endif()
+  set_tests_properties(${name} PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS "${ARG_LABELS}")
+endfunction()
+
+function(brisk_add_test name)
+  cmake_parse_arguments(PARSE_ARGV 1 ARG "" "PLATFORM;TIMEOUT" "LABELS;LIBRARIES")
+  if(NOT ARG_PLATFORM)
+    set(ARG_PLATFORM sim)
+  endif()
+  brisk_platform_libraries(platformLibraries ${ARG_PLATFORM})
+  add_executable(${name} ${ARG_UNPARSED_ARGUMENTS})
+  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
+  target_link_libraries(${name} PRIVATE
+    ${platformLibraries} ${ARG_LIBRARIES} brisk_warnings GTest::gtest_main)
+  if(WIN32)
+    target_link_options(${name} PRIVATE -static)
+  endif()
+  brisk_register_test(${name} TIMEOUT "${ARG_TIMEOUT}" LABELS ${ARG_LABELS})
+endfunction()
+
+function(brisk_add_fuzzer name)
+  set(target fuzz_${name})
+  set(seeds ${PROJECT_SOURCE_DIR}/fuzz/${name}_corpus)
+  set(findings ${CMAKE_BINARY_DIR}/fuzz/${name})
+  add_executable(${target} ${ARGN})
+  target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR})
+  target_link_libraries(${target} PRIVATE brisk_objects brisk_sim_objects brisk_warnings)
+  target_link_options(${target} PRIVATE -fsanitize=fuzzer)
+  file(MAKE_DIRECTORY ${findings}/corpus)
+  set(inputs ${findings}/corpus)
+  if(EXISTS ${seeds})
+    list(APPEND inputs ${seeds})
+  endif()
+  math(EXPR timeout "${BRISK_FUZZ_SECONDS} + 120")
+  add_test(NAME ${target} COMMAND ${target} -max_total_time=${BRISK_FUZZ_SECONDS} -timeout=20
+    -print_final_stats=1 -artifact_prefix=${findings}/ ${inputs})
+  set_tests_properties(${target} PROPERTIES LABELS fuzz TIMEOUT ${timeout})
+endfunction()
