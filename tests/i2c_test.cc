@@ -21,7 +21,7 @@ struct Adapter {
 
 class I2cOnWires : public BenchTest, public testing::WithParamInterface<Adapter> {
  protected:
-  void SetUp() override { Connect(std::string("ten-bit=0x2A5,adapter=") + GetParam().name); }
+  void SetUp() override { Connect(std::string("ten-bit=0x1A5,adapter=") + GetParam().name); }
 
   // As BenchTest's, with the monitor on the new bench's wires. Both lines come up idle first: the
   // images of the first wiring start with both lines low.
@@ -166,18 +166,18 @@ TEST_P(I2cOnWires, BufferTransactions) {
   EXPECT_EQ(back[0], 0x99);
 }
 
-// 0xF4A5 is the 10-bit address 0x2A5 in two-byte form.
+// 0xF2A5 is the 10-bit address 0x1A5 in two-byte form.
 TEST_P(I2cOnWires, TenBitAddresses) {
   const uint8_t bytes[] = {0x05, 0x66};
-  EXPECT_EQ(I2cLib_Write(0, 0xF5A5, bytes, 2, nullptr, 0), 1);
-  EXPECT_EQ(monitor.Take(), "S F4+ A5+ 05+ 66+ P");
+  EXPECT_EQ(I2cLib_Write(0, 0xF3A5, bytes, 2, nullptr, 0), 1);
+  EXPECT_EQ(monitor.Take(), "S F2+ A5+ 05+ 66+ P");
   uint8_t back = 0;
-  EXPECT_EQ(I2cLib_W1ByteR1Byte(0, 0xF4A5, 0x05, &back), 1);
-  EXPECT_EQ(monitor.Take(), "S F4+ A5+ 05+ Sr F5+ A5+ 66- P");
+  EXPECT_EQ(I2cLib_W1ByteR1Byte(0, 0xF2A5, 0x05, &back), 1);
+  EXPECT_EQ(monitor.Take(), "S F2+ A5+ 05+ Sr F3+ A5+ 66- P");
   EXPECT_EQ(back, 0x66);
   // Both address bytes go out whoever acknowledges.
-  EXPECT_EQ(I2cLib_Write(0, 0xF2A5, bytes, 2, nullptr, 0), 0);
-  EXPECT_EQ(monitor.Take(), "S F2- A5- P");
+  EXPECT_EQ(I2cLib_Write(0, 0xF6A5, bytes, 2, nullptr, 0), 0);
+  EXPECT_EQ(monitor.Take(), "S F6- A5- P");
 }
 
 TEST_P(I2cOnWires, NullBuffersMoveNoLine) {
