@@ -4,7 +4,8 @@
 
 namespace brisk::image {
 
-// The serial output of the controller's picture port: words of 1 to 32 bits, most significant first.
+// The serial output of the controller's picture port: words of 1 to 32 bits, most significant
+// first.
 class WordWriter {
  public:
   virtual ~WordWriter() = default;

@@ -12,7 +12,9 @@ LptBackEnd::LptBackEnd(const Wiring& wiring, Ports& ports, Driver& driver,
       driver_(driver),
       i2c_(ports, wiring, base_),
       spi_(ports, base_),
-      flash_(spi_, reporter) {}
+      picture_(ports, base_, i2c_, bLptImage),
+      flash_(spi_, reporter),
+      transfer_(picture_, picture_, reporter) {}
 
 uint32_t LptBackEnd::I2cWrite(uint8_t byte) { return i2c::Write(i2c_, byte); }
 
@@ -82,6 +84,29 @@ uint32_t LptBackEnd::Lpt_Input(uint8_t* value) {
   *value = platform().sharedMemory.Section().dwIsNT != 0 ? ports_.Port_In(base_ + kStatus)
                                                          : driver_.ReadStatus();
   return 0;
+}
+
+void LptBackEnd::Sddi_Bitblt_Copy(uint32_t x1, uint32_t y1, uint32_t x2, uint32_t y2,
+                                  uint32_t width, uint32_t height) {
+  transfer_.Sddi_Bitblt_Copy(x1, y1, x2, y2, width, height);
+}
+
+uint32_t LptBackEnd::Sddi_Bitmap(const char* path, uint32_t plane) {
+  return transfer_.Sddi_Bitmap(path, plane);
+}
+
+uint32_t LptBackEnd::Sddi_Jpeg(const char* path, uint32_t plane) {
+  return transfer_.Sddi_Jpeg(path, plane);
+}
+
+uint32_t LptBackEnd::Pll_Clock(uint32_t target, uint32_t reference, uint16_t* divider,
+                               uint16_t* exponent, uint16_t* multiplier) {
+  return flash::Pll_Clock(target, reference, divider, exponent, multiplier);
+}
+
+uint32_t LptBackEnd::Pll_Nandu(uint32_t target, uint32_t reference, uint16_t* high,
+                               uint16_t* middle, uint16_t* low) {
+  return flash::Pll_Nandu(target, reference, high, middle, low);
 }
 
 uint32_t LptBackEnd::SPIProgramFromFile(uint32_t adr, uint32_t maxsize, const char* szfile,

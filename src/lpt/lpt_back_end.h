@@ -5,8 +5,11 @@
 #include "api/back_end.h"
 #include "base/progress.h"
 #include "flash/flash.h"
+#include "flash/pll.h"
+#include "image/transfer.h"
 #include "io/drv/driver.h"
 #include "lpt/lpt_i2c.h"
+#include "lpt/lpt_picture.h"
 #include "lpt/lpt_spi.h"
 #include "lpt/ports.h"
 #include "lpt/wiring.h"
@@ -52,6 +55,22 @@ class LptBackEnd : public BackEnd {
   uint32_t Lpt_Output(uint8_t value) override;
   uint32_t Lpt_Input(uint8_t* value) override;
 
+  void Sddi_Erase(uint32_t colour) override { transfer_.Sddi_Erase(colour); }
+  void Sddi_Bitblt(uint32_t x, uint32_t y, uint32_t /*unused*/) override {
+    transfer_.Sddi_Bitblt(x, y);
+  }
+  void Sddi_Bitblt_Copy(uint32_t x1, uint32_t y1, uint32_t x2, uint32_t y2, uint32_t width,
+                        uint32_t height) override;
+  uint32_t Sddi_Bitmap(const char* path, uint32_t plane) override;
+  uint32_t Sddi_Jpeg(const char* path, uint32_t plane) override;
+  void Sddi_Tx(uint32_t bits, uint32_t value) override { picture_.SendWord(bits, value); }
+  void C1_TxDebug(uint32_t bits, uint32_t value) override { picture_.C1_TxDebug(bits, value); }
+
+  uint32_t Pll_Clock(uint32_t target, uint32_t reference, uint16_t* divider, uint16_t* exponent,
+                     uint16_t* multiplier) override;
+  uint32_t Pll_Nandu(uint32_t target, uint32_t reference, uint16_t* high, uint16_t* middle,
+                     uint16_t* low) override;
+
   void SPIInit() override { spi_.Init(); }
   void SPIStop() override { flash_.Stop(); }
   uint32_t SPIReadID() override { return flash_.ReadId(); }
@@ -73,7 +92,9 @@ class LptBackEnd : public BackEnd {
   Driver& driver_;
   LptI2c i2c_;
   LptSpi spi_;
+  LptPicture picture_;
   flash::Flash flash_;
+  image::PictureTransfer transfer_;
   uint8_t bLptImage = 0;  // last Lpt_Output value without bits 0 and 1
 };
 

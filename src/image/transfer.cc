@@ -1,0 +1,257 @@
+#include "image/transfer.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstring>
+
+#include "image/bmp.h"
+#include "image/jpeg.h"
+#include "platform/platform.h"
+
+namespace brisk::image {
+namespace {
+
+constexpr uint32_t kDone = 0;
+constexpr uint32_t kFailed = 1;
+
+// Controller registers, as string commands: "=" reads 16 bits, "-" eight.
+constexpr const char* kFrameWidth = "F4-70-F5=";
+constexpr const char* kFrameHeight = "F4-72-F5=";
+constexpr const char* kColourMode = "F4-02-F5-";   // bit 1: YCbCr
+constexpr const char* kPixelFormat = "F4-66-F5-";  // bit 3: 16-bit pixels
+constexpr const char* kSecondWidth = "F4-42-F5=";
+constexpr const char* kSecondHeight = "F4-4A-F5=";
+constexpr const char* kSecondColourMode = "F4-32-F5-";  // bit 1: YCbCr
+constexpr const char* kSecondStart = "F4-6C-F5-";       // in units of 8192 address units
+constexpr uint32_t kYCbCrBit = 0x02;
+constexpr uint32_t kSixteenBitBit = 0x08;
+constexpr uint32_t kSecondStartShift = 13;
+
+// Each kind of word has its own length in bits, by which the controller knows it.
+constexpr uint32_t kStartBits = 7;
+constexpr uint32_t kCommandBits = 12;
+constexpr uint32_t kColourBits = 19;
+constexpr uint32_t kAddressBits = 22;
+constexpr uint32_t kPixelBits = 32;
+
+constexpr uint32_t kStartWord = 0x13;
+constexpr uint32_t kColourHigh = 0x10000;
+constexpr uint32_t kPatternRow = 0x40000;
+constexpr uint32_t kAddressMask = 0x1FFFFF;
+constexpr uint32_t kCopySource = 0x200000;
+constexpr uint32_t kFillRun = 0x277;
+constexpr uint32_t kLineSkip = 0x800;
+constexpr uint32_t kBlockCopy = 0x600;
+constexpr uint32_t kPixelsPerFillRun = 120;
+
+constexpr uint32_t kPatternColour = 0xFFFF03E0;
+constexpr std::array<uint16_t, 16> kPattern = {0x2000, 0x10F8, 0xFC88, 0x0088, 0x7888, 0x030E,
+                                               0x7800, 0x01F8, 0x7888, 0x4850, 0x4820, 0x4850,
+                                               0x788C, 0x4B04, 0x0000, 0x0000};
+
+// What stands to the right of the picture.
+constexpr uint32_t kFillRgb = MakeCell(0, 0, 0);
+constexpr uint32_t kFillYCbCr = MakeCell(0x80, 0x10, 0x80);
+
+constexpr uint32_t Rgb16(uint32_t cell) {
+  return static_cast<uint32_t>(GreenOf(cell) >> 2 << 10 | BlueOf(cell) >> 3 << 5 |
+                               RedOf(cell) >> 3);
+}
+
+constexpr uint32_t RgbPair(uint32_t even, uint32_t odd) { return Rgb16(odd) << 16 | Rgb16(even); }
+
+// Y of both pixels; the chroma of the odd one is dropped.
+constexpr uint32_t YCbCrPair(uint32_t even, uint32_t odd) {
+  return uint32_t{GreenOf(odd)} << 24 | uint32_t{GreenOf(even)} << 16 |
+         uint32_t{BlueOf(even)} << 8 | RedOf(even);
+}
+static_assert(YCbCrPair(kFillYCbCr, kFillYCbCr) == 0x10108080);
+
+uint32_t CannotOpen() {
+  std::fputs("\nCan't open the input file.", stdout);
+  std::fflush(stdout);
+  return kFailed;
+}
+
+void PrintSize(int32_t width, int32_t height) {
+  std::printf("Source Size=%3d %3d\n", static_cast<int>(width), static_cast<int>(height));
+  std::fflush(stdout);
+}
+
+void CopyPixels(const DecodeRequest& request, PictureBuffer& picture) {
+  for (int32_t y = 0; y < picture.height(); ++y) {
+    const uint8_t* bytes = request.pixels.get() + static_cast<size_t>(y) * request.stride;
+    uint32_t* cells = picture.Row(y);
+    for (int32_t x = 0; x < picture.width(); ++x, bytes += 3) {
+      cells[x] = MakeCell(bytes[0], bytes[1], bytes[2]);
+    }
+  }
+}
+
+// Packs three bytes a pixel, in the order red, blue, green, into words that go out as soon as they
+// are full. It runs over row ends; what the last word lacks is never sent.
+class BytePacker {
+ public:
+  explicit BytePacker(WordWriter& writer) : writer_(writer) {}
+
+  void Put(uint32_t cell) {
+    const uint32_t pixel =
+        RedOf(cell) | uint32_t{BlueOf(cell)} << 8 | uint32_t{GreenOf(cell)} << 16;
+    held_ |= uint64_t{pixel} << heldBits_;
+    heldBits_ += 24;
+    if (heldBits_ < kPixelBits) return;
+    writer_.SendWord(kPixelBits, static_cast<uint32_t>(held_));
+    held_ >>= kPixelBits;
+    heldBits_ -= kPixelBits;
+  }
+
+ private:
+  WordWriter& writer_;
+  uint64_t held_ = 0;
+  uint32_t heldBits_ = 0;
+};
+
+}  // namespace
+
+bool PictureTransfer::Read(const char* command, uint32_t& value) {
+  const int32_t result = registers_.ReadRegister(command);
+  value = static_cast<uint32_t>(result);
+  return result >= 0;
+}
+
+bool PictureTransfer::ReadFrame(uint32_t& width, uint32_t& height) {
+  return Read(kFrameWidth, width) && Read(kFrameHeight, height);
+}
+
+bool PictureTransfer::ReadPlane(bool second, Plane& plane) {
+  uint32_t colourMode = 0;
+  uint32_t pixelFormat = kSixteenBitBit;
+  uint32_t start = 0;
+  const bool read = second ? Read(kSecondWidth, plane.width) && Read(kSecondHeight, plane.height) &&
+                                 Read(kSecondColourMode, colourMode) && Read(kSecondStart, start)
+                           : ReadFrame(plane.width, plane.height) &&
+                                 Read(kColourMode, colourMode) && Read(kPixelFormat, pixelFormat);
+  plane.address = start << kSecondStartShift;
+  plane.yCbCr = (colourMode & kYCbCrBit) != 0;
+  plane.sixteenBit = (pixelFormat & kSixteenBitBit) != 0;
+  return read;
+}
+
+void PictureTransfer::SendColour(uint32_t colour) {
+  writer_.SendWord(kColourBits, colour & 0xFFFF);
+  writer_.SendWord(kColourBits, kColourHigh + (colour >> 16));
+}
+
+void PictureTransfer::SendAddress(uint32_t address) {
+  writer_.SendWord(kAddressBits, address & kAddressMask);
+}
+
+void PictureTransfer::Sddi_Erase(uint32_t colour) {
+  uint32_t width = 0;
+  uint32_t height = 0;
+  if (!ReadFrame(width, height)) return;
+  writer_.SendWord(kStartBits, kStartWord);
+  SendColour(colour);
+  SendAddress(0);
+  const uint32_t runs = width * height / kPixelsPerFillRun;
+  for (uint32_t i = 0; i < runs; ++i) writer_.SendWord(kCommandBits, kFillRun);
+}
+
+void PictureTransfer::Sddi_Bitblt(uint32_t x, uint32_t y) {
+  uint32_t width = 0;
+  uint32_t height = 0;
+  if (!ReadFrame(width, height)) return;
+  SendColour(kPatternColour);
+  for (uint32_t row = 0; row < kPattern.size(); ++row) {
+    SendAddress(((y + row) * width + x) / 2);
+    writer_.SendWord(kColourBits, kPatternRow + kPattern[row]);
+  }
+}
+
+void PictureTransfer::Sddi_Bitblt_Copy(uint32_t x1, uint32_t y1, uint32_t x2, uint32_t y2,
+                                       uint32_t width, uint32_t height) {
+  uint32_t frameWidth = 0;
+  uint32_t frameHeight = 0;
+  if (!ReadFrame(frameWidth, frameHeight)) return;
+  const uint32_t skip = (frameWidth - width) / 2 + kLineSkip;
+  SendAddress((y2 * frameWidth + x2) / 2);
+  writer_.SendWord(kCommandBits, skip);
+  const uint32_t source = (y1 * frameWidth + x1) / 2;
+  writer_.SendWord(kAddressBits, kCopySource | (source & kAddressMask));
+  writer_.SendWord(kCommandBits, skip);
+  writer_.SendWord(kCommandBits, kBlockCopy + (height & 15) * 16 + (width / 2 & 15));
+}
+
+uint32_t PictureTransfer::Sddi_Bitmap(const char* path, uint32_t plane) {
+  const auto file = path == nullptr ? nullptr : platform().files.OpenForReading(path);
+  if (file == nullptr) return CannotOpen();
+  const auto size = ReadBmpHeader(*file);
+  if (!size) return kFailed;
+  PrintSize(size->width, size->height);
+  PictureBuffer picture;
+  if (!picture.Allocate(size->width, size->height)) return kDone;
+  ReadBmpPixels(*file, picture);
+  return StreamPicture(picture, plane != 0);
+}
+
+uint32_t PictureTransfer::Sddi_Jpeg(const char* path, uint32_t plane) {
+  DecodeRequest request;
+  if (path != nullptr) request.path = path;
+  DecodeJpeg(request);
+  if (request.status != JpegStatus::kDecoded) return CannotOpen();
+  PrintSize(request.header.width, request.header.height);
+  PictureBuffer picture;
+  if (!picture.Allocate(request.header.width, request.header.height)) return kDone;
+  CopyPixels(request, picture);
+  request.pixels.reset();
+  return StreamPicture(picture, plane != 0);
+}
+
+uint32_t PictureTransfer::StreamPicture(PictureBuffer& picture, bool second) {
+  writer_.SendWord(kStartBits, kStartWord);
+  Plane plane;
+  if (!ReadPlane(second, plane)) return kFailed;
+  const uint32_t width = std::min(static_cast<uint32_t>(picture.width()), plane.width);
+  const uint32_t height = std::min(static_cast<uint32_t>(picture.height()), plane.height);
+  if (plane.yCbCr) picture.ConvertToYCbCr();
+  SendAddress(plane.address);
+  const bool complete = plane.sixteenBit ? StreamPairs(picture, plane, width, height)
+                                         : StreamBytes(picture, plane, width, height);
+  return complete ? kDone : kFailed;
+}
+
+// The odd pixel of a row's last pair is the next cell while the picture has one in that row, else
+// the fill pixel. Rows of an odd frame width are sent one pixel longer.
+bool PictureTransfer::StreamPairs(const PictureBuffer& picture, const Plane& plane, uint32_t width,
+                                  uint32_t height) {
+  const auto pair = plane.yCbCr ? YCbCrPair : RgbPair;
+  const uint32_t fill = plane.yCbCr ? kFillYCbCr : kFillRgb;
+  const auto pictureWidth = static_cast<uint32_t>(picture.width());
+  for (uint32_t y = 0; y < height; ++y) {
+    const uint32_t* cells = picture.Row(static_cast<int32_t>(y));
+    uint32_t x = 0;
+    for (; x < width; x += 2) {
+      const uint32_t odd = x + 1 < pictureWidth ? cells[x + 1] : fill;
+      writer_.SendWord(kPixelBits, pair(cells[x], odd));
+    }
+    for (; x < plane.width; x += 2) writer_.SendWord(kPixelBits, pair(fill, fill));
+    if (reporter_.Report(y + 1, height)) return false;
+  }
+  return true;
+}
+
+bool PictureTransfer::StreamBytes(const PictureBuffer& picture, const Plane& plane, uint32_t width,
+                                  uint32_t height) {
+  const uint32_t fill = plane.yCbCr ? kFillYCbCr : kFillRgb;
+  BytePacker packer(writer_);
+  for (uint32_t y = 0; y < height; ++y) {
+    const uint32_t* cells = picture.Row(static_cast<int32_t>(y));
+    for (uint32_t x = 0; x < width; ++x) packer.Put(cells[x]);
+    for (uint32_t x = width; x < plane.width; ++x) packer.Put(fill);
+    if (reporter_.Report(y + 1, height)) return false;
+  }
+  return true;
+}
+
+}  // namespace brisk::image
