@@ -68,15 +68,4 @@ struct SpiPins {
 
 inline constexpr SpiPins kSpiPins{.sck = 0x04, .chipSelect = 0x08, .mosi = 0x40, .miso = 0x40};
 
-// The picture port's two lines and the serial debug output, in the data register of every adapter.
-struct PicturePins {
-  uint8_t one, zero;
-};
-struct DebugPins {
-  uint8_t data, clock;
-};
-
-inline constexpr PicturePins kPicturePins{.one = 0x02, .zero = 0x40};
-inline constexpr DebugPins kDebugPins{.data = 0x10, .clock = 0x20};
-
 }  // namespace brisk::lpt
