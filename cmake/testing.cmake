@@ -1,11 +1,11 @@
 # Tests and fuzzers.
 #
-#   brisk_add_test(NAME [PLATFORM sim|system|none] [LABELS label...] [LIBRARIES target...]
+#   brisk_add_test(NAME [PLATFORM sim|system|alone|none] [LABELS label...] [LIBRARIES target...]
 #                  [TIMEOUT seconds] source...)
 #
 # builds one GoogleTest program and runs it as one test. It links the library's objects and, by
 # PLATFORM, the simulated bench (the default), the operating system's platform, or no platform() at
-# all (the sources then bring their own). The label `threads` puts it into the ThreadSanitizer run.
+# all (the sources then bring their own); `alone` is the system's platform without the library. The label `threads` puts it into the ThreadSanitizer run.
 #
 #   brisk_add_fuzzer(NAME source...)
 #
@@ -45,10 +45,12 @@ function(brisk_platform_libraries result platform)
     set(${result} brisk_objects brisk_sim_objects PARENT_SCOPE)
   elseif(platform STREQUAL "system")
     set(${result} brisk_objects brisk_platform PARENT_SCOPE)
+  elseif(platform STREQUAL "alone")
+    set(${result} brisk_platform PARENT_SCOPE)
   elseif(platform STREQUAL "none")
     set(${result} brisk_objects PARENT_SCOPE)
   else()
-    message(FATAL_ERROR "PLATFORM ${platform}: expected sim, system or none")
+    message(FATAL_ERROR "PLATFORM ${platform}: expected sim, system, alone or none")
   endif()
 endfunction()
 

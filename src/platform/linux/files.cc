@@ -1,0 +1,61 @@
+#include "platform/files.h"
+
+#include <cstdio>
+
+#include "platform/linux/never_destroyed.h"
+#include "platform/linux/parts.h"
+
+namespace brisk::linux_system {
+namespace {
+
+class StdioFile final : public File {
+ public:
+  explicit StdioFile(std::FILE* file) : file_(file) {}
+  StdioFile(const StdioFile&) = delete;
+  StdioFile& operator=(const StdioFile&) = delete;
+  ~StdioFile() override { Close(); }
+
+  size_t Read(void* buffer, size_t count) override {
+    return file_ == nullptr ? 0 : std::fread(buffer, 1, count, file_);
+  }
+  size_t Write(const void* bytes, size_t count) override {
+    if (file_ == nullptr) return 0;
+    const size_t written = std::fwrite(bytes, 1, count, file_);
+    lost_ = lost_ || written != count;
+    return written;
+  }
+  bool AtEnd() const override { return file_ == nullptr || std::feof(file_) != 0; }
+  bool Close() override {
+    if (file_ == nullptr) return false;
+    const bool closed = std::fclose(file_) == 0;
+    file_ = nullptr;
+    return closed && !lost_;
+  }
+
+ private:
+  std::FILE* file_;
+  bool lost_ = false;
+};
+
+std::unique_ptr<File> OpenFile(const char* path, const char* mode) {
+  if (path == nullptr) return nullptr;
+  std::FILE* file = std::fopen(path, mode);
+  if (file == nullptr) return nullptr;
+  return std::make_unique<StdioFile>(file);
+}
+
+class StdioFiles final : public Files {
+ public:
+  std::unique_ptr<File> OpenForReading(const char* path) override { return OpenFile(path, "rbe"); }
+  std::unique_ptr<File> Create(const char* path) override { return OpenFile(path, "wbe"); }
+  bool Remove(const char* path) override { return path != nullptr && std::remove(path) == 0; }
+};
+
+}  // namespace
+
+Files& TheFiles() {
+  static NeverDestroyed<StdioFiles> files;
+  return *files;
+}
+
+}  // namespace brisk::linux_system

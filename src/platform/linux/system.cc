@@ -1,0 +1,57 @@
+#include "platform/system.h"
+
+#include <unistd.h>
+
+#include "platform/linux/never_destroyed.h"
+#include "platform/linux/parts.h"
+
+namespace brisk::linux_system {
+namespace {
+
+class LinuxSystem final : public System {
+ public:
+  uint32_t ProcessId() override { return static_cast<uint32_t>(getpid()); }
+  bool IsNt() override { return true; }
+  // There is no folder of driver images: no image is embedded either, so none is ever written.
+  std::string SystemDirectory() override { return {}; }
+};
+
+// Port permission is asked of the kernel, not of an installed service.
+class NoServices final : public Services {
+ public:
+  std::unique_ptr<ServiceManager> Connect() override { return nullptr; }
+};
+
+class NoResources final : public Resources {
+ public:
+  std::span<const uint8_t> Find(const char* /*name*/) override { return {}; }
+};
+
+class NoMessageQueue final : public MessageQueue {
+ public:
+  bool TakeStopRequest() override { return false; }
+};
+
+}  // namespace
+
+System& TheSystem() {
+  static NeverDestroyed<LinuxSystem> system;
+  return *system;
+}
+
+Services& TheServices() {
+  static NeverDestroyed<NoServices> services;
+  return *services;
+}
+
+Resources& TheResources() {
+  static NeverDestroyed<NoResources> resources;
+  return *resources;
+}
+
+MessageQueue& TheMessageQueue() {
+  static NeverDestroyed<NoMessageQueue> queue;
+  return *queue;
+}
+
+}  // namespace brisk::linux_system
