@@ -1,0 +1,54 @@
+#include "u2c/u2c_library.h"
+
+#include <string>
+
+#include "base/debug.h"
+#include "platform/platform.h"
+
+namespace brisk::u2c {
+namespace {
+
+template <typename Function>
+void Bind(DynamicLibrary* library, const char* libraryName, const char* name, Function& function) {
+  if (library == nullptr) return;
+  function = reinterpret_cast<Function>(library->Symbol(name, 0));
+  if (function == nullptr) debugLog.Print(0, "%s lacks %s\n", libraryName, name);
+}
+
+}  // namespace
+
+std::unique_ptr<DynamicLibrary> U2cLibrary::LoadOne(const char* name) {
+  std::string whyNot;
+  auto library = platform().libraries.Load(name, &whyNot);
+  if (library == nullptr) debugLog.Print(0, "U2C adapter library: %s\n", whyNot.c_str());
+  return library;
+}
+
+void U2cLibrary::Load() {
+  if (loaded_) return;
+  loaded_ = true;
+  common_ = LoadOne("U2CCommon");
+  Bind(common_.get(), "U2CCommon", "OpenU2C", f_.OpenU2C);
+  bridge_ = LoadOne("i2cbrdg");
+#define BRISK_BIND(name) Bind(bridge_.get(), "i2cbrdg", #name, f_.name)
+  BRISK_BIND(U2C_SetIoDirection);
+  BRISK_BIND(U2C_IoWrite);
+  BRISK_BIND(U2C_Start);
+  BRISK_BIND(U2C_RepeatedStart);
+  BRISK_BIND(U2C_Stop);
+  BRISK_BIND(U2C_PutByteWithAck);
+  BRISK_BIND(U2C_GetByteWithAck);
+  BRISK_BIND(U2C_Write);
+  BRISK_BIND(U2C_Read);
+  BRISK_BIND(U2C_SetI2cFreq);
+  BRISK_BIND(U2C_SpiSetFreq);
+  BRISK_BIND(U2C_SpiWrite);
+  BRISK_BIND(U2C_SpiRead);
+  BRISK_BIND(U2C_DropSda);
+  BRISK_BIND(U2C_ReleaseSda);
+  BRISK_BIND(U2C_DropScl);
+  BRISK_BIND(U2C_ReleaseScl);
+#undef BRISK_BIND
+}
+
+}  // namespace brisk::u2c
