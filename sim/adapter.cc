@@ -1,6 +1,8 @@
 #include "adapter.h"
 
 #include "lpt_adapter.h"
+#include "usb/debug_board_adapter.h"
+#include "usb/fx2_adapter.h"
 
 namespace brisk::sim {
 namespace {
@@ -10,6 +12,8 @@ constexpr AdapterKind kKinds[] = {
     {"lpt", MakeLpt},
     {"lpt-b", MakeLptB},
     {"lpt-c", MakeLptC},
+    {"debug-board", MakeDebugBoard},
+    {"tcon-usb", MakeFx2},
 };
 
 }  // namespace

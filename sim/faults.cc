@@ -25,6 +25,11 @@ constexpr Kind kKinds[] = {
     {FaultKind::kFlashBusy, "flash-busy", Argument::kNumber, false},  // ms an operation takes
     {FaultKind::kOpenRefused, "open-refused", Argument::kNone, false},
     {FaultKind::kDiskFull, "disk-full", Argument::kNumber, true},  // bytes that a file takes
+    {FaultKind::kUsbStall, "usb-stall", Argument::kNone, false},
+    {FaultKind::kUsbTimeOut, "usb-time-out", Argument::kNone, false},
+    {FaultKind::kUsbShort, "usb-short", Argument::kNone, false},
+    {FaultKind::kUsbStatus, "usb-status", Argument::kNone, false},
+    {FaultKind::kUsbUnplug, "usb-unplug", Argument::kNone, false},
 };
 
 constexpr std::string_view kDevices[] = {"controller", "eeprom", "ten-bit"};

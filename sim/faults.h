@@ -18,6 +18,11 @@ enum class FaultKind : uint8_t {
   kFlashBusy,    // the flash stays busy
   kOpenRefused,  // files cannot be opened
   kDiskFull,     // file writes stop
+  kUsbStall,     // a USB board refuses a transfer
+  kUsbTimeOut,   // a USB board never answers a transfer
+  kUsbShort,     // a USB board sends less than it was asked for
+  kUsbStatus,    // a USB transfer ends with an error status although its data moved
+  kUsbUnplug,    // a USB board goes away, for good
 };
 
 // One fault as text: KIND[:ARGUMENT][@N][%P]. The argument narrows it (a device, a time, a size);

@@ -1,16 +1,22 @@
 #include "api/dispatch.h"
 
+#include "brisk/brisk.h"
 #include "lpt/lpt_back_end.h"
 #include "u2c/u2c_back_end.h"
+#include "usb/debug_board.h"
+#include "usb/tcon_usb.h"
 
 namespace brisk {
 
 Dispatch::Dispatch(lpt::Ports& ports, Driver& driver, ProgressReporter& reporter) {
   using lpt::LptBackEnd;
-  backEnds_[0] = std::make_unique<LptBackEnd>(lpt::kWiringA, ports, driver, reporter);
-  backEnds_[1] = std::make_unique<u2c::U2cBackEnd>(reporter);
-  backEnds_[5] = std::make_unique<LptBackEnd>(lpt::kWiringB, ports, driver, reporter);
-  backEnds_[9] = std::make_unique<LptBackEnd>(lpt::kWiringC, ports, driver, reporter);
+  using std::make_unique;
+  backEnds_[BRISK_DEVICE_LPT] = make_unique<LptBackEnd>(lpt::kWiringA, ports, driver, reporter);
+  backEnds_[BRISK_DEVICE_U2C] = make_unique<u2c::U2cBackEnd>(reporter);
+  backEnds_[BRISK_DEVICE_DEBUG_BOARD] = make_unique<usb::DebugBoardBackEnd>(reporter);
+  backEnds_[BRISK_DEVICE_TCON_USB] = make_unique<usb::TconUsbBackEnd>(reporter);
+  backEnds_[BRISK_DEVICE_LPT_B] = make_unique<LptBackEnd>(lpt::kWiringB, ports, driver, reporter);
+  backEnds_[BRISK_DEVICE_LPT_C] = make_unique<LptBackEnd>(lpt::kWiringC, ports, driver, reporter);
 }
 
 BackEnd& Dispatch::For(uint8_t deviceType) {

@@ -11,10 +11,6 @@
 
 namespace brisk {
 
-// Device types with a back end of their own kind of routing; the whole list is in dispatch.cc.
-inline constexpr uint8_t kDebugBoard = 2;
-inline constexpr uint8_t kTconUsb = 4;
-inline constexpr uint8_t kFtdi = 8;
 
 // Owns one back end per device type.
 class Dispatch {

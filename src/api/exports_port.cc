@@ -11,8 +11,8 @@ namespace {
 // The boards that serve SetPortVal and GetPortVal; every other device type uses the debug board.
 BackEnd& PortBoard(Instance& instance, bool write) {
   const uint8_t type = brisk::SharedLoad(instance.shared().bDeviceType);
-  const bool own = type == brisk::kTconUsb || (type == brisk::kFtdi && write);
-  return instance.dispatch().For(own ? type : brisk::kDebugBoard);
+  const bool own = type == BRISK_DEVICE_TCON_USB || (type == BRISK_DEVICE_FTDI && write);
+  return instance.dispatch().For(own ? type : uint8_t{BRISK_DEVICE_DEBUG_BOARD});
 }
 
 }  // namespace

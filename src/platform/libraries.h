@@ -13,6 +13,9 @@ class DynamicLibrary {
   // A function by export name, or by ordinal where the system has ordinals and `ordinal` is not 0.
   // Null when the library lacks it.
   virtual void* Symbol(const char* name, uint16_t ordinal) = 0;
+  // Releases a handle that one of its functions returned and that belongs to the system
+  // (CloseHandle). Systems on which such handles are the library's own business do nothing.
+  virtual void CloseSystemHandle(void* /*handle*/) {}
 };
 
 // Vendor libraries, bound at run time because most machines have none of them. `name` is the bare

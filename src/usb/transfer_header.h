@@ -1,0 +1,64 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace brisk::usb {
+
+// Device-control codes of the board's USB driver.
+inline constexpr uint32_t kGetDriverVersion = 0x220000;
+inline constexpr uint32_t kGetSecondVersion = 0x220004;
+inline constexpr uint32_t kGetAlternateSetting = 0x220008;
+inline constexpr uint32_t kGetAddress = 0x220010;
+inline constexpr uint32_t kControlTransfer = 0x220020;   // header + data, in and out
+inline constexpr uint32_t kBufferedTransfer = 0x220024;  // header + data, in and out
+inline constexpr uint32_t kResetPort = 0x220030;
+inline constexpr uint32_t kGetDeviceName = 0x22003C;
+inline constexpr uint32_t kGetFriendlyName = 0x220040;
+inline constexpr uint32_t kAbortEndpoint = 0x220044;
+inline constexpr uint32_t kDirectTransfer = 0x22004B;  // header in, the caller's buffer out
+inline constexpr uint32_t kGetSpeed = 0x22004C;
+
+inline constexpr uint32_t kSpeedHigh = 2;
+
+// What every transfer and descriptor request sends, little-endian and without padding, followed by
+// the data where the mode carries data in the request.
+#pragma pack(push, 1)
+struct TransferHeader {
+  uint8_t requestType = 0;  // bit 7 direction, bits 6..5 type, bits 4..0 recipient
+  uint8_t request = 0;
+  uint16_t value = 0;
+  uint16_t index = 0;
+  uint16_t length = 0;   // of the data stage
+  uint32_t timeOut = 0;  // seconds
+  uint8_t reserved = 0;
+  uint8_t endpoint = 0;
+  uint32_t ntStatus = 0;    // filled by the driver
+  uint32_t usbdStatus = 0;  // filled by the driver
+  uint32_t packetOffset = 0;
+  uint32_t packetLength = 0;
+  uint32_t dataOffset = 0;  // from the start of the record
+  uint32_t dataLength = 0;
+};
+#pragma pack(pop)
+
+inline constexpr uint32_t kHeaderSize = 38;
+static_assert(sizeof(TransferHeader) == kHeaderSize);
+static_assert(offsetof(TransferHeader, request) == 1);
+static_assert(offsetof(TransferHeader, value) == 2);
+static_assert(offsetof(TransferHeader, index) == 4);
+static_assert(offsetof(TransferHeader, length) == 6);
+static_assert(offsetof(TransferHeader, timeOut) == 8);
+static_assert(offsetof(TransferHeader, reserved) == 12);
+static_assert(offsetof(TransferHeader, endpoint) == 13);
+static_assert(offsetof(TransferHeader, ntStatus) == 14);
+static_assert(offsetof(TransferHeader, usbdStatus) == 18);
+static_assert(offsetof(TransferHeader, packetOffset) == 22);
+static_assert(offsetof(TransferHeader, packetLength) == 26);
+static_assert(offsetof(TransferHeader, dataOffset) == 30);
+static_assert(offsetof(TransferHeader, dataLength) == 34);
+
+// Isochronous transfers carry one such record per packet between header and data.
+inline constexpr uint32_t kPacketInfoSize = 8;
+
+}  // namespace brisk::usb
