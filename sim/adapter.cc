@@ -1,6 +1,7 @@
 #include "adapter.h"
 
 #include "lpt_adapter.h"
+#include "serial/bridge_adapter.h"
 
 namespace brisk::sim {
 namespace {
@@ -10,6 +11,8 @@ constexpr AdapterKind kKinds[] = {
     {"lpt", MakeLpt},
     {"lpt-b", MakeLptB},
     {"lpt-c", MakeLptC},
+    {"uart", MakeUartBridge},
+    {"text-bridge", MakeTextBridge},
 };
 
 }  // namespace

@@ -25,6 +25,12 @@ constexpr Kind kKinds[] = {
     {FaultKind::kFlashBusy, "flash-busy", Argument::kNumber, false},  // ms an operation takes
     {FaultKind::kOpenRefused, "open-refused", Argument::kNone, false},
     {FaultKind::kDiskFull, "disk-full", Argument::kNumber, true},  // bytes that a file takes
+    {FaultKind::kLineSilent, "line-silent", Argument::kNone, false},
+    {FaultKind::kLineDelay, "line-delay", Argument::kNumber, true},  // ms
+    {FaultKind::kLineSplit, "line-split", Argument::kNumber, true},  // ms
+    {FaultKind::kLineJunk, "line-junk", Argument::kNumber, true},    // bytes
+    {FaultKind::kLineWidth, "line-width", Argument::kNone, false},
+    {FaultKind::kLineGone, "line-gone", Argument::kNone, false},
 };
 
 constexpr std::string_view kDevices[] = {"controller", "eeprom", "ten-bit"};
