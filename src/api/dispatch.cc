@@ -1,13 +1,17 @@
 #include "api/dispatch.h"
 
 #include "lpt/lpt_back_end.h"
+#include "serial/text_bridge_back_end.h"
+#include "serial/uart_back_end.h"
 
 namespace brisk {
 
 Dispatch::Dispatch(lpt::Ports& ports, Driver& driver, ProgressReporter& reporter) {
   using lpt::LptBackEnd;
   backEnds_[0] = std::make_unique<LptBackEnd>(lpt::kWiringA, ports, driver, reporter);
+  backEnds_[3] = std::make_unique<serial::UartBackEnd>();
   backEnds_[5] = std::make_unique<LptBackEnd>(lpt::kWiringB, ports, driver, reporter);
+  backEnds_[7] = std::make_unique<serial::TextBridgeBackEnd>();
   backEnds_[9] = std::make_unique<LptBackEnd>(lpt::kWiringC, ports, driver, reporter);
 }
 

@@ -1,0 +1,25 @@
+#include "api/instance.h"
+#include "serial/serial_exports.h"
+#include "serial/text_bridge_back_end.h"
+#include "serial/uart_back_end.h"
+
+namespace brisk::serial {
+namespace {
+
+constexpr uint8_t kUart = 3;
+constexpr uint8_t kTextBridge = 7;
+
+// Dispatch makes the back ends of these device types, so their classes are known.
+template <typename Bridge>
+Bridge* Attached(uint8_t deviceType) {
+  Instance* instance = AttachedInstance();
+  if (instance == nullptr) return nullptr;
+  return static_cast<Bridge*>(&instance->dispatch().For(deviceType));
+}
+
+}  // namespace
+
+UartBackEnd* AttachedUart() { return Attached<UartBackEnd>(kUart); }
+TextBridgeBackEnd* AttachedTextBridge() { return Attached<TextBridgeBackEnd>(kTextBridge); }
+
+}  // namespace brisk::serial
