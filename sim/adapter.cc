@@ -1,6 +1,7 @@
 #include "adapter.h"
 
 #include "lpt_adapter.h"
+#include "serial/bridge_adapter.h"
 #include "usb/debug_board_adapter.h"
 #include "usb/fx2_adapter.h"
 
@@ -14,6 +15,8 @@ constexpr AdapterKind kKinds[] = {
     {"lpt-c", MakeLptC},
     {"debug-board", MakeDebugBoard},
     {"tcon-usb", MakeFx2},
+    {"uart", MakeUartBridge},
+    {"text-bridge", MakeTextBridge},
 };
 
 }  // namespace

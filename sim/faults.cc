@@ -30,6 +30,12 @@ constexpr Kind kKinds[] = {
     {FaultKind::kUsbShort, "usb-short", Argument::kNone, false},
     {FaultKind::kUsbStatus, "usb-status", Argument::kNone, false},
     {FaultKind::kUsbUnplug, "usb-unplug", Argument::kNone, false},
+    {FaultKind::kLineSilent, "line-silent", Argument::kNone, false},
+    {FaultKind::kLineDelay, "line-delay", Argument::kNumber, true},  // ms
+    {FaultKind::kLineSplit, "line-split", Argument::kNumber, true},  // ms
+    {FaultKind::kLineJunk, "line-junk", Argument::kNumber, true},    // bytes
+    {FaultKind::kLineWidth, "line-width", Argument::kNone, false},
+    {FaultKind::kLineGone, "line-gone", Argument::kNone, false},
 };
 
 constexpr std::string_view kDevices[] = {"controller", "eeprom", "ten-bit"};

@@ -23,6 +23,12 @@ enum class FaultKind : uint8_t {
   kUsbShort,     // a USB board sends less than it was asked for
   kUsbStatus,    // a USB transfer ends with an error status although its data moved
   kUsbUnplug,    // a USB board goes away, for good
+  kLineSilent,   // an answer on a serial line is lost
+  kLineDelay,    // an answer comes this many ms late
+  kLineSplit,    // there are this many ms between the bytes of an answer
+  kLineJunk,     // this many junk bytes come before an answer
+  kLineWidth,    // a bridge answers a register frame with a wrong width
+  kLineGone,     // the serial adapter is unplugged
 };
 
 // One fault as text: KIND[:ARGUMENT][@N][%P]. The argument narrows it (a device, a time, a size);

@@ -1,7 +1,10 @@
 #include "api/dispatch.h"
 
 #include "brisk/brisk.h"
+
 #include "lpt/lpt_back_end.h"
+#include "serial/text_bridge_back_end.h"
+#include "serial/uart_back_end.h"
 #include "u2c/u2c_back_end.h"
 #include "usb/debug_board.h"
 #include "usb/tcon_usb.h"
@@ -14,8 +17,10 @@ Dispatch::Dispatch(lpt::Ports& ports, Driver& driver, ProgressReporter& reporter
   backEnds_[BRISK_DEVICE_LPT] = make_unique<LptBackEnd>(lpt::kWiringA, ports, driver, reporter);
   backEnds_[BRISK_DEVICE_U2C] = make_unique<u2c::U2cBackEnd>(reporter);
   backEnds_[BRISK_DEVICE_DEBUG_BOARD] = make_unique<usb::DebugBoardBackEnd>(reporter);
+  backEnds_[BRISK_DEVICE_UART] = make_unique<serial::UartBackEnd>();
   backEnds_[BRISK_DEVICE_TCON_USB] = make_unique<usb::TconUsbBackEnd>(reporter);
   backEnds_[BRISK_DEVICE_LPT_B] = make_unique<LptBackEnd>(lpt::kWiringB, ports, driver, reporter);
+  backEnds_[BRISK_DEVICE_TEXT_BRIDGE] = make_unique<serial::TextBridgeBackEnd>();
   backEnds_[BRISK_DEVICE_LPT_C] = make_unique<LptBackEnd>(lpt::kWiringC, ports, driver, reporter);
 }
 
