@@ -1,0 +1,47 @@
+#ifndef BRISK_BRISK_SIM_H_
+#define BRISK_BRISK_SIM_H_
+
+#include "brisk/brisk_types.h"
+
+/* The simulated bench, exported by brisk_sim only: the same library as the real one, on a simulated
+ * PC with a simulated board instead of the operating system. */
+
+BRISK_BEGIN_DECLS
+
+/* Replaces the bench by the one that `options` describes: "key=value" separated by commas (a doubled
+ * comma stands for one), every key optional.
+ *
+ *   adapter=NAME[+NAME]   what connects the board, or none; default lpt. The parallel port's three
+ *                         wirings are lpt, lpt-b and lpt-c, for device types 0, 5 and 9; they
+ *                         exclude one another.
+ *   flash=CHIP            w25q16, w25q32 (default), w25q64, w25q128 or none
+ *   image=FILE            keeps the flash contents: loaded now (a missing file is a blank chip, and
+ *                         is created), every program and erase is written to it
+ *   chip-erase-ms=N       how long a chip erase takes; by default 0.5 s per MiB, which is quicker
+ *                         than real
+ *   frame=WxH             the controller's frame in pixels; default 1024x768
+ *   ten-bit=ADDRESS       adds an I2C device with this 10-bit address (0 to 0x3FF); default none
+ *   trace=FILE            every line's changes, as a VCD file
+ *   clock=virtual | real  virtual (default): time passes only by what is done, so waiting costs
+ *                         nothing
+ *   system=nt | 9x        family of the simulated operating system; default nt
+ *   seed=N                of everything drawn at random; default 1
+ *   debug=none | stderr   where debug lines go; default none
+ *   fault=KIND[:ARGUMENT][@N][%P][+...]
+ *                         what goes wrong: at every occasion, at the Nth only, or with a chance of P
+ *                         percent. Kinds: nak (an I2C device does not acknowledge; of all, or of
+ *                         controller, eeprom, ten-bit), sda-low, scl-low (a line is stuck),
+ *                         flash-busy (a program or erase never ends, or takes ARGUMENT ms),
+ *                         open-refused (of files), disk-full (a file takes ARGUMENT bytes).
+ *
+ * The library is detached from the old bench and attached to the new one, as if it had been unloaded
+ * and loaded: the device type, rates and connections start afresh. No other call may be running.
+ *
+ * Result: 0 = done. Otherwise the old bench stays, its trace ended if a file could not be opened,
+ * and `message` (which may be null) receives what is wrong, cut to messageSize with the NUL. */
+BRISK_API int BRISK_CALL BriskSimConfigure(const char* options, char* message,
+                                           uint32_t messageSize);
+
+BRISK_END_DECLS
+
+#endif
