@@ -169,7 +169,7 @@ bool Driver::Send(Request request, uint32_t bytes) {
                           bytes, driverRequestBuffer.data(), bytes, &returned);
 }
 
-void Driver::WriteData(uint8_t value) {
+void Driver::SendData(uint8_t value) {
   SetByte0(value);
   Send(Request::kWriteData, 1);
 }

@@ -46,7 +46,7 @@ class Driver {
 
   // Port access of the 9x family: one request each. Failures are not reported; ReadStatus then
   // returns what the request buffer holds.
-  void WriteData(uint8_t value);
+  void SendData(uint8_t value);
   uint8_t ReadStatus();
 
   bool IsOpen() const { return device_ != nullptr; }

@@ -1,11 +1,14 @@
-# brisk_windows_exports(TARGET): gives a Windows library exactly the exports of exports.txt.
+# brisk_windows_exports(TARGET NAME): gives the Windows library NAME.dll exactly the exports of exports.txt.
 #
 # Two definition files are written for the build's architecture: the linker's (exported name on the
 # left, symbol on the right) and the import library's (the symbol that a client of the C headers
 # refers to, and the exported name that it stands for). The linker's own import library would lack
 # the symbols with argument sizes, so it is replaced after the link.
 
-set(BRISK_EXPORT_LIST ${PROJECT_SOURCE_DIR}/cmake/exports.txt)
+enable_language(RC)
+if(NOT BRISK_EXPORT_LIST)
+  set(BRISK_EXPORT_LIST ${PROJECT_SOURCE_DIR}/cmake/exports.txt)
+endif()
 
 function(brisk_export_lines exportsResult importsResult)
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${BRISK_EXPORT_LIST})
@@ -37,20 +40,18 @@ function(brisk_export_lines exportsResult importsResult)
   set(${importsResult} "${imports}" PARENT_SCOPE)
 endfunction()
 
-function(brisk_windows_exports target)
+function(brisk_windows_exports target name)
   brisk_export_lines(exports imports)
-  get_target_property(name ${target} OUTPUT_NAME)
-  if(NOT name)
-    set(name ${target})
-  endif()
   set(exportFile ${CMAKE_BINARY_DIR}/${target}_exports.def)
   set(importFile ${CMAKE_BINARY_DIR}/${target}_imports.def)
   file(CONFIGURE OUTPUT ${exportFile} CONTENT "LIBRARY ${name}.dll\nEXPORTS\n${exports}" @ONLY)
   file(CONFIGURE OUTPUT ${importFile} CONTENT "LIBRARY ${name}.dll\nEXPORTS\n${imports}" @ONLY)
+  set_target_properties(${target} PROPERTIES PREFIX "" OUTPUT_NAME ${name})
   target_sources(${target} PRIVATE ${exportFile})
   find_program(BRISK_DLLTOOL ${BRISK_TRIPLET}-dlltool REQUIRED)
+  # -k: a client's symbol carries the argument size, the plain exported name does not.
   add_custom_command(TARGET ${target} POST_BUILD
-    COMMAND ${BRISK_DLLTOOL} -d ${importFile} -l $<TARGET_LINKER_FILE:${target}> VERBATIM)
+    COMMAND ${BRISK_DLLTOOL} -k -d ${importFile} -l $<TARGET_LINKER_FILE:${target}> VERBATIM)
 endfunction()
 
 # Puts the port-access driver into a 32-bit library; there is none for 64-bit Windows.
@@ -58,7 +59,6 @@ function(brisk_carry_driver target)
   if(NOT TARGET kgated)
     return()
   endif()
-  enable_language(RC)
   get_property(resource GLOBAL PROPERTY BRISK_DRIVER_RESOURCE)
   get_property(image GLOBAL PROPERTY BRISK_DRIVER_IMAGE)
   target_sources(${target} PRIVATE ${resource})
