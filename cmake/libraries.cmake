@@ -1,6 +1,10 @@
 # What is shipped: the library over the operating system (libbrisk.so, BRISK.dll), and the same
 # objects over the simulated bench (libbrisk_sim.so, brisk_sim.dll).
 
+if(WIN32)
+  include(${CMAKE_CURRENT_LIST_DIR}/windows_library.cmake)
+endif()
+
 # The link of a library that exports the C interface. `entry` is what runs at load and unload.
 function(brisk_shared_library name)
   add_library(${name} SHARED)
@@ -10,11 +14,12 @@ function(brisk_shared_library name)
     # The image base is fixed because a relocation inside the shared section would be applied to
     # the bytes that all processes see; without stdcall fix-up a wrong argument size in the export
     # list is a link error.
-    set(definitions ${PROJECT_SOURCE_DIR}/src/platform/win32/${name}-${CMAKE_SYSTEM_PROCESSOR}.def)
-    if(EXISTS ${definitions})
-      target_sources(${name} PRIVATE ${definitions})
+    if(name STREQUAL "brisk")
+      brisk_windows_exports(${name} BRISK)
+      brisk_carry_driver(${name})
+    else()
+      brisk_windows_exports(${name} ${name})
     endif()
-    set_target_properties(${name} PROPERTIES PREFIX "")
     target_link_options(${name} PRIVATE
       -static -static-libgcc -static-libstdc++
       -Wl,--disable-stdcall-fixup -Wl,--no-insert-timestamp
@@ -28,9 +33,6 @@ function(brisk_shared_library name)
 endfunction()
 
 brisk_shared_library(brisk brisk_objects brisk_platform)
-if(WIN32)
-  set_target_properties(brisk PROPERTIES OUTPUT_NAME BRISK)
-endif()
 if(TARGET brisk_sim_objects)
   brisk_shared_library(brisk_sim brisk_objects brisk_sim_objects)
 endif()

@@ -36,7 +36,8 @@ class Driver {
   uint32_t Drv_Remove(const char* serviceName);
   // 1 on the NT family, else 0.
   uint32_t Drv_IsNT();
-  // Opens the driver, counts the process in and switches its direct port access on. 0 or 1 (failed).
+  // Opens the driver, counts the process in and switches its direct port access on. 0 or 1
+  // (failed).
   uint32_t Drv_Open();
   // Tells the driver the port base. 0, 2 = a request failed, 4 = unexpected acknowledgement.
   uint32_t Drv_Configure();

@@ -1,0 +1,58 @@
+#include <windows.h>
+
+#include "platform/win32/module.h"
+#include "platform/win32/parts.h"
+
+namespace brisk::win32 {
+namespace {
+
+class LoadedLibrary final : public DynamicLibrary {
+ public:
+  LoadedLibrary(HMODULE module, std::string path) : module_(module), path_(std::move(path)) {}
+  LoadedLibrary(const LoadedLibrary&) = delete;
+  LoadedLibrary& operator=(const LoadedLibrary&) = delete;
+  ~LoadedLibrary() override { FreeLibrary(module_); }
+
+  void* Symbol(const char* name, uint16_t ordinal) override {
+    const char* wanted = ordinal != 0 ? MAKEINTRESOURCEA(ordinal) : name;
+    void* const symbol = reinterpret_cast<void*>(GetProcAddress(module_, wanted));
+    if (symbol == nullptr) {
+      std::string line = "brisk-- " + path_ + " lacks " + name;
+      if (ordinal != 0) line += " (ordinal " + std::to_string(ordinal) + ")";
+      DebuggerOutput().Write((line + "\n").c_str());
+    }
+    return symbol;
+  }
+
+ private:
+  HMODULE module_;
+  std::string path_;
+};
+
+class WindowsLibraries final : public Libraries {
+ public:
+  // Full paths only: a bare name would also be looked for in the current directory. The altered
+  // search path makes the library's own folder the first place for what it needs in turn.
+  std::unique_ptr<DynamicLibrary> Load(const char* name, std::string* whyNot) override {
+    const std::string file = std::string(name) + ".dll";
+    std::string reasons;
+    for (const std::string& folder : {OwnFolder(), SystemFolder()}) {
+      const std::string path = folder + "\\" + file;
+      if (HMODULE module = LoadLibraryExA(path.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH)) {
+        return std::make_unique<LoadedLibrary>(module, path);
+      }
+      reasons += (reasons.empty() ? "" : "; ") + path + ": " + ErrorText(GetLastError());
+    }
+    if (whyNot != nullptr) *whyNot = reasons;
+    return nullptr;
+  }
+};
+
+}  // namespace
+
+Libraries& VendorLibraries() {
+  static WindowsLibraries libraries;
+  return libraries;
+}
+
+}  // namespace brisk::win32

@@ -1,0 +1,349 @@
+// The port-access driver's life: installation, requests, the count of its users and its removal, on
+// a simulated PC with a service manager.
+#include <cstring>
+#include <filesystem>
+#include <functional>
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
+#include "io/drv/driver.h"
+#include "sim/bench.h"
+#include "sim/windows_services.h"
+#include "support/files.h"
+
+namespace brisk {
+namespace {
+
+using sim::WindowsServices;
+using Request = WindowsServices::Request;
+using Lines = std::vector<std::string>;
+
+constexpr uint32_t kVersionCode = 0x9C402480;
+constexpr uint32_t kDirectCode = 0x9C40248C;
+constexpr uint32_t kBaseCode = 0x9C402494;
+const char kStillUsed[] = "brisk-- CloseDeviceDriver dwRefCount > 0\n";
+const char kLastUser[] = "brisk-- CloseDeviceDriver dwRefCount = 0\n";
+const std::vector<uint8_t> kImage = {'M', 'Z', 1, 2, 3, 0, 26, 13, 10, 255};
+
+class DriverTest : public testing::Test {
+ protected:
+  DriverTest() {
+    EXPECT_EQ(sim::ReplaceBench(""), "");
+    windows = std::make_unique<WindowsServices>(bench());
+    bench().resources().Add("ICD_SYS", kImage);
+    UseSystemDirectory(folder.File("system"));
+  }
+
+  static sim::Bench& bench() { return sim::bench(); }
+  static SharedSection& shared() { return platform().sharedMemory.Section(); }
+
+  void UseSystemDirectory(const std::string& path) {
+    directory = path;
+    bench().system().SetSystemDirectory(path);
+#ifdef _WIN32
+    if (path == folder.File("system")) std::filesystem::create_directories(path + "\\Drivers");
+#endif
+  }
+  std::string DriverFile() const { return directory + "\\Drivers\\kgated.sys"; }
+  void RunService() { windows->services()["kgated"] = {DriverFile(), true, true}; }
+  bool ServiceRuns() const {
+    const auto found = windows->services().find("kgated");
+    return found != windows->services().end() && found->second.running;
+  }
+  bool ServiceExists() const { return windows->services().count("kgated") != 0; }
+
+  TemporaryFolder folder;
+  std::string directory;
+  std::unique_ptr<WindowsServices> windows;
+  Driver driver;
+};
+
+TEST_F(DriverTest, FirstLoadInstallsAndStartsTheService) {
+  driver.Attach();
+  EXPECT_EQ(ReadFile(DriverFile()), kImage);
+  ASSERT_TRUE(ServiceExists());
+  EXPECT_TRUE(windows->services()["kgated"].demandStart);
+  EXPECT_EQ(windows->services()["kgated"].imagePath, DriverFile());
+  EXPECT_TRUE(ServiceRuns());
+  EXPECT_EQ(shared().dwDriverStatus, 0u);
+  EXPECT_EQ(shared().dwRefCount, 1u);
+  EXPECT_EQ(shared().dwIsNT, 1u);
+  EXPECT_EQ(shared().wLptBase, 0x378);
+  EXPECT_EQ(windows->directAccess(), 1u);
+  EXPECT_EQ(windows->requests(), (std::vector<Request>{{kVersionCode, 4, 4, 0},
+                                                       {kDirectCode, 4, 4, 0},
+                                                       {kVersionCode, 4, 4, 0},
+                                                       {kBaseCode, 8, 8, 0x78}}));
+  EXPECT_EQ(bench().debugStream().Lines(), Lines{});
+}
+
+TEST_F(DriverTest, LastUnloadRemovesTheServiceAndLeavesTheFile) {
+  driver.Attach();
+  driver.Detach();
+  EXPECT_EQ(bench().debugStream().Lines(), Lines{kLastUser});
+  EXPECT_EQ(windows->requests().back(), (Request{kDirectCode, 1, 1, 1}));
+  EXPECT_EQ(windows->directAccess(), 0u);
+  EXPECT_EQ(windows->openHandles(), 0u);
+  EXPECT_FALSE(ServiceExists());
+  EXPECT_EQ(shared().dwDriverStatus, 1u);
+  EXPECT_EQ(shared().dwRefCount, 0u);
+  EXPECT_EQ(ReadFile(DriverFile()), kImage);
+}
+
+TEST_F(DriverTest, LoadWhileTheDeviceExistsInstallsNothing) {
+  RunService();
+  windows->administrator = false;  // any use of the service manager would fail
+  driver.Attach();
+  EXPECT_TRUE(driver.IsOpen());
+  EXPECT_EQ(shared().dwDriverStatus, 0u);
+  EXPECT_EQ(shared().dwRefCount, 1u);
+}
+
+TEST_F(DriverTest, SecondProcessIsCountedInAndOut) {
+  Driver second;
+  driver.Attach();
+  second.Attach();
+  EXPECT_EQ(shared().dwRefCount, 2u);
+  EXPECT_EQ(windows->openHandles(), 2u);
+  second.Detach();
+  EXPECT_EQ(shared().dwRefCount, 1u);
+  EXPECT_EQ(bench().debugStream().Lines(), Lines{kStillUsed});
+  EXPECT_TRUE(ServiceRuns());
+  EXPECT_EQ(windows->openHandles(), 1u);
+  driver.Detach();
+  EXPECT_EQ(bench().debugStream().Lines(), (Lines{kStillUsed, kLastUser}));
+  EXPECT_EQ(windows->openHandles(), 0u);
+  EXPECT_FALSE(ServiceExists());
+}
+
+// The first process goes first: the other one must switch off and close what it opened itself.
+TEST_F(DriverTest, LastReleaseUsesItsOwnHandle) {
+  Driver second;
+  driver.Attach();
+  second.Attach();
+  driver.Detach();
+  EXPECT_EQ(shared().dwRefCount, 1u);
+  second.Detach();
+  EXPECT_EQ(windows->openHandles(), 0u);
+  EXPECT_FALSE(ServiceExists());
+  EXPECT_EQ(shared().dwDriverStatus, 1u);
+}
+
+TEST_F(DriverTest, NextFirstUserInstallsAgain) {
+  for (int round = 0; round < 3; ++round) {
+    driver.Attach();
+    EXPECT_EQ(shared().dwRefCount, 1u);
+    EXPECT_TRUE(ServiceRuns());
+    driver.Detach();
+    EXPECT_EQ(shared().dwRefCount, 0u);
+    EXPECT_FALSE(ServiceExists());
+  }
+}
+
+TEST_F(DriverTest, StaleRegistrationIsReplaced) {
+  windows->services()["kgated"] = {"C:\\elsewhere\\old.sys", false, false};
+  EXPECT_EQ(driver.Drv_Open(), 0u);
+  EXPECT_EQ(windows->services()["kgated"].imagePath, DriverFile());
+  EXPECT_TRUE(windows->services()["kgated"].demandStart);
+}
+
+TEST_F(DriverTest, ServiceThatCannotBeRemovedIsRemovedByTheNextLastUser) {
+  driver.Attach();
+  windows->stopRefused = true;
+  driver.Detach();
+  EXPECT_EQ(shared().dwDriverStatus, 0u);
+  EXPECT_TRUE(ServiceExists());
+  windows->stopRefused = false;
+  driver.Attach();
+  driver.Detach();
+  EXPECT_EQ(shared().dwDriverStatus, 1u);
+  EXPECT_FALSE(ServiceExists());
+}
+
+// ---- The driver file ----
+
+struct ExtractCase {
+  const char* name;
+  bool nt;
+  std::vector<uint8_t> present;  // file content before
+  bool create;                   // whether there is a file before
+  const char* fault;
+  bool carried;
+  bool writable;
+  uint32_t result;
+  std::vector<uint8_t> after;
+};
+
+class DriverFileTest : public DriverTest, public testing::WithParamInterface<ExtractCase> {};
+
+TEST_P(DriverFileTest, Extract) {
+  const ExtractCase& test = GetParam();
+  bench().system().SetNt(test.nt);
+  if (!test.carried) bench().resources().Add("ICD_SYS", {});
+  if (!test.writable) UseSystemDirectory(folder.File("missing") + "/system");
+  const std::string path = test.nt ? DriverFile() : directory + "\\kgated.vxd";
+  if (test.create) WriteFile(path, test.present);
+  ASSERT_EQ(bench().SetFault(test.fault), "");
+  EXPECT_EQ(driver.Drv_Extract(), test.result);
+  bench().ClearFaults();
+  EXPECT_EQ(ReadFile(path), test.after);
+  EXPECT_EQ(std::filesystem::exists(path), !test.after.empty());
+}
+
+const std::vector<uint8_t> kOther = {9, 8, 7};
+const ExtractCase kExtractCases[] = {
+    {"Missing", true, {}, false, "", true, true, 0, kImage},
+    {"Present", true, kOther, true, "", true, true, 0, kOther},
+    {"Empty", true, {}, true, "", true, true, 0, kImage},
+    {"PresentAndNothingCarried", true, kOther, true, "", false, true, 0, kOther},
+    {"NothingCarried", true, {}, false, "", false, true, 3, {}},
+    {"No9xImage", false, {}, false, "", true, true, 3, {}},
+    {"Unwritable", true, {}, false, "", true, false, 4, {}},
+    {"DiskFull", true, {}, false, "disk-full=4", true, true, 4, {}},
+};
+INSTANTIATE_TEST_SUITE_P(Files, DriverFileTest, testing::ValuesIn(kExtractCases),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+// ---- What may fail ----
+
+struct FailureCase {
+  const char* name;
+  std::function<void(WindowsServices&)> arrange;
+  uint32_t open;
+  uint32_t status;  // dwDriverStatus after the open
+  bool registered;  // whether the service exists after the release
+  Lines lines;
+};
+
+class DriverFailureTest : public DriverTest, public testing::WithParamInterface<FailureCase> {};
+
+// Open, release and a second release, as a load that fails and the unload after it do.
+TEST_P(DriverFailureTest, CountStaysBalanced) {
+  const FailureCase& test = GetParam();
+  if (std::string(test.name) == "UnwritableSystemDirectory") {
+    UseSystemDirectory(folder.File("missing") + "/system");
+  }
+  test.arrange(*windows);
+  const uint64_t start = bench().clock().Now();
+  driver.Attach();
+  EXPECT_LT(bench().clock().Now() - start, 50'000'000u);  // ns
+  EXPECT_EQ(driver.IsOpen(), test.open == 0);
+  EXPECT_EQ(shared().dwDriverStatus, test.status);
+  EXPECT_EQ(shared().dwRefCount, test.open == 0 ? 1u : 0u);
+  driver.Detach();
+  driver.Detach();
+  EXPECT_EQ(shared().dwRefCount, 0u);
+  EXPECT_EQ(windows->openHandles(), 0u);
+  EXPECT_EQ(windows->directAccess(), 0u);
+  EXPECT_EQ(ServiceExists(), test.registered);
+  EXPECT_EQ(bench().debugStream().Lines(), test.lines);
+}
+
+const char kNoAccess[] = "brisk-- no direct port access: parallel-port operations will fault\n";
+const FailureCase kFailureCases[] = {
+    {"NoRights",
+     [](WindowsServices& windows) { windows.administrator = false; },
+     1,
+     1,
+     false,
+     {"brisk-- the port-access driver cannot be opened (file 0, service 1)\n", kNoAccess}},
+    {"ServiceCannotBeOpened",
+     [](WindowsServices& windows) { windows.mayOpenService = false; },
+     1,
+     2,
+     true,
+     {"brisk-- the port-access driver cannot be opened (file 0, service 2)\n", kNoAccess}},
+    {"UnwritableSystemDirectory",
+     [](WindowsServices&) {},
+     1,
+     1,
+     true,
+     {"brisk-- the port-access driver cannot be opened (file 4, service 1)\n", kNoAccess}},
+    {"NoDeviceAppears",
+     [](WindowsServices& windows) { windows.deviceMissing = true; },
+     1,
+     0,
+     true,
+     {"brisk-- the port-access driver cannot be opened (file 0, service 0)\n", kNoAccess}},
+    {"VersionRefused",
+     [](WindowsServices& windows) { windows.refusedCodes = {kVersionCode}; },
+     1,
+     1,
+     false,
+     {"brisk-- the port-access driver refused the version request\n", kLastUser, kNoAccess}},
+    {"DirectAccessRefused",
+     [](WindowsServices& windows) { windows.refusedCodes = {kDirectCode}; },
+     1,
+     1,
+     false,
+     {"brisk-- the port-access driver refused direct port access\n", kLastUser, kNoAccess}},
+    {"BaseRefused",
+     [](WindowsServices& windows) { windows.refusedCodes = {kBaseCode}; },
+     0,
+     0,
+     false,
+     {"brisk-- the driver did not take the port base, result 2\n", kLastUser}},
+    {"WrongAcknowledgement",
+     [](WindowsServices& windows) { windows.acknowledgement = 0x18; },
+     0,
+     0,
+     false,
+     {"brisk-- the driver did not take the port base, result 4\n", kLastUser}},
+};
+INSTANTIATE_TEST_SUITE_P(Failures, DriverFailureTest, testing::ValuesIn(kFailureCases),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+// A process that could not be counted in must not count out the one that was.
+TEST_F(DriverTest, FailedOpenOfAnotherProcessLeavesTheCountAlone) {
+  Driver second;
+  driver.Attach();
+  windows->refusedCodes = {kVersionCode};
+  second.Attach();
+  second.Detach();
+  EXPECT_EQ(shared().dwRefCount, 1u);
+  EXPECT_TRUE(ServiceRuns());
+  windows->refusedCodes.clear();
+  driver.Detach();
+  EXPECT_EQ(shared().dwRefCount, 0u);
+  EXPECT_FALSE(ServiceExists());
+}
+
+TEST_F(DriverTest, NothingIsConfiguredWithoutADevice) { EXPECT_EQ(driver.Drv_Configure(), 2u); }
+
+// ---- The 9x family ----
+
+TEST_F(DriverTest, Vxd) {
+  bench().system().SetNt(false);
+  WriteFile(directory + "\\kgated.vxd", kOther);
+  windows->administrator = false;
+  driver.Attach();
+  EXPECT_TRUE(driver.IsOpen());
+  EXPECT_EQ(shared().dwIsNT, 0u);
+  EXPECT_EQ(shared().dwDriverStatus, 1u);
+  EXPECT_EQ(
+      windows->requests(),
+      (std::vector<Request>{{1, 4, 4, 0}, {0x10, 4, 4, 0}, {1, 4, 4, 0}, {0x20, 8, 8, 0x78}}));
+  const uint64_t writes = bench().ports().writes();
+  driver.SendData(0x57);
+  EXPECT_EQ(windows->requests().back(), (Request{0x34, 1, 1, 0x57}));
+  EXPECT_EQ(bench().ports().writes(), writes + 1);
+  const uint8_t status = bench().ports().In(0x379);
+  EXPECT_EQ(driver.ReadStatus(), status);
+  EXPECT_EQ(windows->requests().back().code, 0x35u);
+  driver.Detach();
+  EXPECT_EQ(windows->requests().back(), (Request{0x10, 1, 1, 1}));
+  EXPECT_EQ(bench().debugStream().Lines(), Lines{kLastUser});
+}
+
+TEST_F(DriverTest, FailedStatusReadAnswersWhatTheBufferHolds) {
+  bench().system().SetNt(false);
+  WriteFile(directory + "\\kgated.vxd", kOther);
+  driver.Attach();
+  windows->refusedCodes = {0x35};
+  driver.SendData(0xA5);
+  EXPECT_EQ(driver.ReadStatus(), 0xA5);
+}
+
+}  // namespace
+}  // namespace brisk
