@@ -116,10 +116,6 @@ std::optional<Failure> CheckTogether(const Options& options) {
                         "only the simulated bench sees every line; real lines cannot be recorded",
                         "add --sim, or put a logic analyser on the board");
   }
-  if (options.trace.find(',') != std::string::npos) {
-    return UsageFailure("trace to " + options.trace, "a comma separates the bench's parameters",
-                        "choose a file name without a comma");
-  }
   if ((options.comPort || options.baud) && !serial) {
     return UsageFailure("use --com or --baud",
                         std::string("the ") + options.device->text + " is on no serial port",

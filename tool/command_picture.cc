@@ -176,7 +176,7 @@ Outcome Snapshot(Session& session, const Arguments& arguments) {
   if (std::optional<Failure> failure = session.Ready(kPicture)) return *failure;
   std::array<char, 1024> message{};
   if (session.api().BriskSimSnapshot(arguments.file.c_str(), arguments.plane - 1, message.data(),
-                                     message.size()) == 0) {
+                                     message.size()) != 0) {
     return OperationFailure(tried, message.data(), "check that its folder can be written");
   }
   Reply reply;

@@ -20,6 +20,13 @@ void Append(std::string& parameters, const std::string& parameter) {
   parameters += parameter;
 }
 
+// The bench takes a doubled comma for one in a value.
+std::string Escaped(const std::string& value) {
+  std::string escaped;
+  for (const char c : value) escaped.append(c == ',' ? 2 : 1, c);
+  return escaped;
+}
+
 std::string SerialPortName(uint32_t number) { return "COM" + std::to_string(number); }
 
 const char* ConnectAdvice(const DeviceType& device, bool simulated) {
@@ -73,9 +80,9 @@ std::optional<Failure> Session::ConfigureBench() {
   if (!HasKey(parameters, "adapter")) {
     Append(parameters, std::string("adapter=") + device().adapter);
   }
-  if (!options_.trace.empty()) Append(parameters, "trace=" + options_.trace);
+  if (!options_.trace.empty()) Append(parameters, "trace=" + Escaped(options_.trace));
   std::array<char, 2048> message{};
-  if (api().BriskSimConfigure(parameters.c_str(), message.data(), message.size()) != 0) {
+  if (api().BriskSimConfigure(parameters.c_str(), message.data(), message.size()) == 0) {
     return std::nullopt;
   }
   return UsageFailure("set up the simulated bench with " + parameters, message.data(),
@@ -103,7 +110,12 @@ std::optional<Failure> Session::ConnectSerial() {
   const uint32_t port = options_.comPort.value_or(1);
   const uint32_t baud = options_.baud.value_or(frames ? kUartBaud : kTextBridgeBaud);
   const auto connect = frames ? api().uart_connect : api().uart_mag_connect;
-  if (connect(static_cast<uint8_t>(port), baud) != 0) return std::nullopt;
+  bool connected = connect(static_cast<uint8_t>(port), baud);
+  // The text bridge's line runs at the rate of the call before.
+  if (connected && !frames && baud != kTextBridgeBaud) {
+    connected = connect(static_cast<uint8_t>(port), baud);
+  }
+  if (connected) return std::nullopt;
   return OperationFailure(
       std::string("connect the ") + device().text + " on " + SerialPortName(port) + " at " +
           std::to_string(baud) + " baud",
