@@ -1,7 +1,9 @@
-#include <array>
+#include <algorithm>
+#include <functional>
 #include <memory>
 
 #include "command.h"
+#include "ftdi_link.h"
 #include "i2c_address.h"
 #include "text.h"
 
@@ -11,6 +13,7 @@ namespace {
 constexpr uint32_t kRegisters = 256;
 constexpr uint32_t kBlock = 16;
 constexpr uint32_t kMostBytes = 4096;
+constexpr uint32_t kFtdiTimeoutMs = 10;
 
 struct TransferArguments {
   uint32_t device = 0;
@@ -175,13 +178,31 @@ Outcome Dump(Session& session, const TransferArguments& arguments) {
   return reply;
 }
 
-bool Acknowledges(Session& session, uint8_t sevenBit) {
-  const uint8_t address = static_cast<uint8_t>(sevenBit << 1U);
-  uint8_t byte = 0;
+// Whether a device acknowledges its 8-bit address.
+using Asks = std::function<bool(uint8_t)>;
+using Asked = std::variant<Asks, Failure>;
+
+// The FTDI board's own operations sample no acknowledge, the I2C_ functions do.
+Asked OpenFtdi(Session& session) {
+  auto opened = FtdiLink::Open(session, {0, I2C_STANDARD_MODE, kFtdiTimeoutMs});
+  if (auto* const failure = std::get_if<Failure>(&opened)) return *failure;
+  const std::shared_ptr<FtdiLink> link = std::move(std::get<std::unique_ptr<FtdiLink>>(opened));
+  return [link](uint8_t address) { return link->Write({address}, {}) == 0; };
+}
+
+Asked Open(Session& session) {
+  if (session.device().probe == Probe::kFtdiFamily) return OpenFtdi(session);
+  if (std::optional<Failure> failure = session.Ready(kI2c)) return *failure;
   if (session.device().probe == Probe::kRegister) {
-    return session.api().I2cReadByte(address, 0, &byte) != 0;
+    return [&session](uint8_t address) {
+      uint8_t byte = 0;
+      return session.api().I2cReadByte(address, 0, &byte) != 0;
+    };
   }
-  return session.api().I2cLib_Write(0, address, &byte, 0, &byte, 0) != 0;
+  return [&session](uint8_t address) {
+    const uint8_t none = 0;
+    return session.api().I2cLib_Write(0, address, &none, 0, &none, 0) != 0;
+  };
 }
 
 std::string ScanText(const std::vector<uint8_t>& found, const ScanArguments& range) {
@@ -203,19 +224,14 @@ Outcome Scan(Session& session, const ScanArguments& arguments) {
     return UsageFailure(tried, std::string("the ") + device.text + " does not report acknowledges",
                         "read a register of the device you look for instead (i2c read)");
   }
-  if (device.probe == Probe::kFtdiFamily) {
-    return UsageFailure(tried,
-                        std::string("this way to the ") + device.text +
-                            " samples no acknowledge",
-                        "use brisk ftdi read, which does");
-  }
-  if (std::optional<Failure> failure = session.Ready(kI2c)) return *failure;
+  Asked asked = Open(session);
+  if (auto* const failure = std::get_if<Failure>(&asked)) return *failure;
   std::vector<uint8_t> found;
   for (uint32_t address = arguments.first; address <= arguments.last; ++address) {
     if (Progress::Interrupted()) {
       return OperationFailure(tried, "stopped at address " + Hex(address), "start it again");
     }
-    if (Acknowledges(session, static_cast<uint8_t>(address))) {
+    if (std::get<Asks>(asked)(static_cast<uint8_t>(address << 1U))) {
       found.push_back(static_cast<uint8_t>(address));
     }
   }

@@ -174,6 +174,10 @@ Outcome Snapshot(Session& session, const Arguments& arguments) {
                         "add --sim for the simulated bench");
   }
   if (std::optional<Failure> failure = session.Ready(kPicture)) return *failure;
+  if (session.api().BriskSimSnapshot == nullptr) {
+    return OperationFailure(tried, session.libraryPath() + " has no BriskSimSnapshot",
+                            "use the library that came with this brisk");
+  }
   std::array<char, 1024> message{};
   if (session.api().BriskSimSnapshot(arguments.file.c_str(), arguments.plane - 1, message.data(),
                                      message.size()) != 0) {

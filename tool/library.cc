@@ -13,17 +13,22 @@ void Store(Api& api, void* symbol) {
   api.*Member = reinterpret_cast<Function>(symbol);
 }
 
+// Who must have a function.
+enum class Need { kAlways, kSimulated, kOptional };
+
 struct Row {
   const char* name;
   const char* windowsName;  // null: the plain name
   void (*store)(Api&, void*);
-  bool simulatedOnly = false;
+  Need need = Need::kAlways;
 };
 
 #define BRISK_TOOL_STORE(name) Store<&Api::name, decltype(Api::name)>
 #define BRISK_TOOL_PLAIN(name) Row{#name, nullptr, BRISK_TOOL_STORE(name)}
+#define BRISK_TOOL_FTDI(name, bytes) Row{#name, "_" #name "@" #bytes, BRISK_TOOL_STORE(name)}
 
-// Windows exports the I2cLib_ family under names that encode the parameter types.
+// Windows exports the I2cLib_ family under names that encode the parameter types, the I2C_ family
+// under names that carry the size of the arguments in bytes.
 constexpr std::array kFunctions = {
     BRISK_TOOL_PLAIN(BriskSetDevice),
     BRISK_TOOL_PLAIN(BriskGetVersion),
@@ -59,10 +64,25 @@ constexpr std::array kFunctions = {
     BRISK_TOOL_PLAIN(SPISetClockRate),
     BRISK_TOOL_PLAIN(uart_connect),
     BRISK_TOOL_PLAIN(uart_mag_connect),
-    Row{"BriskSimConfigure", nullptr, BRISK_TOOL_STORE(BriskSimConfigure), true},
-    Row{"BriskSimSnapshot", nullptr, BRISK_TOOL_STORE(BriskSimSnapshot), true},
+    BRISK_TOOL_FTDI(I2C_GetDeviceNameLocID, 16),
+    BRISK_TOOL_FTDI(I2C_GetHiSpeedDeviceNameLocIDChannel, 28),
+    BRISK_TOOL_FTDI(I2C_OpenEx, 12),
+    BRISK_TOOL_FTDI(I2C_OpenHiSpeedDevice, 16),
+    BRISK_TOOL_FTDI(I2C_Close, 4),
+    BRISK_TOOL_FTDI(I2C_InitDevice, 8),
+    BRISK_TOOL_FTDI(I2C_SetMode, 8),
+    BRISK_TOOL_FTDI(I2C_SetGPIOs, 8),
+    BRISK_TOOL_FTDI(I2C_SetHiSpeedDeviceGPIOs, 20),
+    BRISK_TOOL_FTDI(I2C_GetGPIOs, 8),
+    BRISK_TOOL_FTDI(I2C_GetHiSpeedDeviceGPIOs, 20),
+    BRISK_TOOL_FTDI(I2C_Write, 48),
+    BRISK_TOOL_FTDI(I2C_Read, 32),
+    BRISK_TOOL_FTDI(I2C_GetErrorCodeString, 16),
+    Row{"BriskSimConfigure", nullptr, BRISK_TOOL_STORE(BriskSimConfigure), Need::kSimulated},
+    Row{"BriskSimSnapshot", nullptr, BRISK_TOOL_STORE(BriskSimSnapshot), Need::kOptional},
 };
 
+#undef BRISK_TOOL_FTDI
 #undef BRISK_TOOL_PLAIN
 #undef BRISK_TOOL_STORE
 
@@ -126,13 +146,14 @@ std::optional<Failure> Library::Load(bool simulated) {
 std::optional<Failure> Library::Bind(bool simulated) {
   std::vector<std::string> missing;
   for (const Row& row : kFunctions) {
-    if (row.simulatedOnly && !simulated) continue;
     void* const symbol = os::FindSymbol(handle_, ExportName(row));
-    if (symbol == nullptr) {
+    const bool needed =
+        row.need == Need::kAlways || (row.need == Need::kSimulated && simulated);
+    if (symbol != nullptr) {
+      row.store(api_, symbol);
+    } else if (needed) {
       missing.emplace_back(ExportName(row));
-      continue;
     }
-    row.store(api_, symbol);
   }
   if (missing.empty()) return std::nullopt;
   return OperationFailure("use the library " + path_, "it lacks " + Join(missing, ", "),

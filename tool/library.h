@@ -14,7 +14,8 @@
 
 namespace brisk::tool {
 
-// Every function of the library that the tool calls, under the function's own name.
+// Every function of the library that the tool calls, under the function's own name. Those that a
+// library may lack stay null.
 struct Api {
 #define BRISK_TOOL_MEMBER(name) decltype(&::name) name = nullptr
   BRISK_TOOL_MEMBER(BriskSetDevice);
@@ -51,6 +52,21 @@ struct Api {
   BRISK_TOOL_MEMBER(SPISetClockRate);
   BRISK_TOOL_MEMBER(uart_connect);
   BRISK_TOOL_MEMBER(uart_mag_connect);
+  BRISK_TOOL_MEMBER(I2C_GetDeviceNameLocID);
+  BRISK_TOOL_MEMBER(I2C_GetHiSpeedDeviceNameLocIDChannel);
+  BRISK_TOOL_MEMBER(I2C_OpenEx);
+  BRISK_TOOL_MEMBER(I2C_OpenHiSpeedDevice);
+  BRISK_TOOL_MEMBER(I2C_Close);
+  BRISK_TOOL_MEMBER(I2C_InitDevice);
+  BRISK_TOOL_MEMBER(I2C_SetMode);
+  BRISK_TOOL_MEMBER(I2C_SetGPIOs);
+  BRISK_TOOL_MEMBER(I2C_SetHiSpeedDeviceGPIOs);
+  BRISK_TOOL_MEMBER(I2C_GetGPIOs);
+  BRISK_TOOL_MEMBER(I2C_GetHiSpeedDeviceGPIOs);
+  BRISK_TOOL_MEMBER(I2C_Write);
+  BRISK_TOOL_MEMBER(I2C_Read);
+  BRISK_TOOL_MEMBER(I2C_GetErrorCodeString);
+  // The simulated bench's library alone.
   BRISK_TOOL_MEMBER(BriskSimConfigure);
   BRISK_TOOL_MEMBER(BriskSimSnapshot);
 #undef BRISK_TOOL_MEMBER
