@@ -1,0 +1,63 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace brisk::tool {
+
+// What a device type can do for the tool; everything else it answers with a fixed result.
+enum Ability : unsigned {
+  kI2c = 1U << 0U,
+  kString = 1U << 1U,
+  kFlash = 1U << 2U,
+  kPicture = 1U << 3U,
+  kPll = 1U << 4U,
+  kLines = 1U << 5U,          // the port's lines as one byte
+  kRegisterRead = 1U << 6U,   // numbered port registers
+  kRegisterWrite = 1U << 7U,
+};
+
+// How a lone address can be tried.
+enum class Probe {
+  kAddress,       // an empty write transaction
+  kRegister,      // reading register 0: an empty write never leaves the PC
+  kFtdiFamily,    // the back end samples no acknowledge, the I2C_ functions do
+  kNone,          // the hardware does not report acknowledges
+};
+
+// What programming a single byte erases first.
+enum class ByteErases { kNothing, kSector, kChip };
+
+struct DeviceType {
+  uint8_t number;
+  const char* name;
+  const char* adapter;  // the simulated bench's name for it
+  const char* text;
+  unsigned abilities;
+  Probe probe = Probe::kAddress;
+  bool serial = false;          // connected by port number and rate
+  bool acknowledges = true;     // a missing acknowledge shows in the results
+  bool readsBlocks = true;      // else one register is read at a time
+  bool erasesOnProgram = false;  // programming a file always erases the whole chip first
+  bool alignsPages = false;      // the adapter itself splits at the flash's page boundaries
+  uint32_t longestTransfer = 0;  // bytes for each call where a running one cannot be stopped; 0: any
+  ByteErases byteErases = ByteErases::kSector;
+
+  bool Can(Ability ability) const { return (abilities & ability) != 0; }
+};
+
+std::span<const DeviceType> DeviceTypes();
+
+// By name or number; null when there is none.
+const DeviceType* FindDevice(std::string_view nameOrNumber);
+
+std::vector<std::string> DeviceNames();
+std::vector<std::string> DevicesThatCan(Ability ability);
+
+const char* AbilityName(Ability ability);
+
+}  // namespace brisk::tool

@@ -1,0 +1,192 @@
+#include "ftdi_link.h"
+
+#include <algorithm>
+#include <array>
+
+#include "text.h"
+
+namespace brisk::tool {
+namespace {
+
+constexpr uint32_t kMostInterfaces = 50;
+constexpr uint32_t kFullSpeedKHz = 12000;
+constexpr uint32_t kHiSpeedKHz = 60000;
+constexpr uint32_t kDefaultRate = 100;
+constexpr uint32_t kMostDivisor = 65535;
+constexpr uint32_t kLowPins = 8;  // where GPIOL0 stands in the masks
+
+// Statuses that the advice distinguishes.
+constexpr uint32_t kDeviceNotFound = 2;
+constexpr uint32_t kDeviceNotOpened = 3;
+constexpr uint32_t kInUse = 27;
+constexpr uint32_t kNoControlAcknowledge = 39;
+constexpr uint32_t kNoDataAcknowledge = 42;
+
+std::string Message(const Session& session, uint32_t status) {
+  std::array<char, 128> message{};
+  session.api().I2C_GetErrorCodeString("EN", status, message.data(), message.size());
+  return "status " + std::to_string(status) + ": " + message.data();
+}
+
+const char* Advice(uint32_t status) {
+  switch (status) {
+    case kDeviceNotFound:
+      return "check the cable, and that the FTDI driver library (FTD2XX.dll, libftd2xx.so) is "
+             "installed";
+    case kDeviceNotOpened:
+    case kInUse:
+      return "close the other program that has the interface open, and check that you may access it";
+    case kNoControlAcknowledge:
+    case kNoDataAcknowledge:
+      return "check power and wiring of the board and the address; brisk --device ftdi i2c scan "
+             "lists what answers";
+    default:
+      return "unplug the board, plug it in again and retry";
+  }
+}
+
+// So that the bus is not faster than asked for.
+uint32_t Divisor(uint32_t baseKHz, uint32_t rate) {
+  const uint32_t twice = 2 * std::min(rate, baseKHz);
+  const uint32_t steps = (baseKHz + twice - 1) / twice;
+  return std::clamp(steps, 1U, kMostDivisor + 1) - 1;
+}
+
+void AppendFullSpeed(Session& session, std::vector<FtdiInterface>& found) {
+  for (uint32_t i = 0; i < kMostInterfaces; ++i) {
+    std::array<char, 128> name{};
+    FtdiInterface one;
+    if (session.api().I2C_GetDeviceNameLocID(i, name.data(), name.size(), &one.location) != 0) {
+      return;
+    }
+    one.name = name.data();
+    found.push_back(one);
+  }
+}
+
+void AppendHiSpeed(Session& session, std::vector<FtdiInterface>& found) {
+  for (uint32_t i = 0; i < kMostInterfaces; ++i) {
+    std::array<char, 128> name{};
+    std::array<char, 8> channel{};
+    uint32_t type = 0;
+    FtdiInterface one;
+    if (session.api().I2C_GetHiSpeedDeviceNameLocIDChannel(i, name.data(), name.size(),
+                                                           &one.location, channel.data(),
+                                                           channel.size(), &type) != 0) {
+      return;
+    }
+    one.name = name.data();
+    one.channel = channel.data();
+    one.chip = type == I2C_FT4232H_DEVICE ? "FT4232H" : "FT2232H";
+    one.hiSpeed = true;
+    found.push_back(one);
+  }
+}
+
+uint32_t Bit(uint32_t mask, uint32_t bit) { return mask >> bit & 1U; }
+
+}  // namespace
+
+std::variant<std::vector<FtdiInterface>, Failure> ListFtdi(Session& session) {
+  if (std::optional<Failure> failure = session.Load()) return *failure;
+  std::vector<FtdiInterface> found;
+  AppendFullSpeed(session, found);
+  AppendHiSpeed(session, found);
+  return found;
+}
+
+std::variant<std::unique_ptr<FtdiLink>, Failure> FtdiLink::Open(Session& session,
+                                                                const FtdiSettings& settings) {
+  auto listed = ListFtdi(session);
+  if (auto* const failure = std::get_if<Failure>(&listed)) return *failure;
+  const auto& all = std::get<std::vector<FtdiInterface>>(listed);
+  const std::string tried = "open FTDI interface " + std::to_string(settings.index);
+  if (all.empty()) {
+    return OperationFailure(tried, "no FTDI interface was found", Advice(kDeviceNotFound));
+  }
+  if (settings.index >= all.size()) {
+    return UsageFailure(tried, "there are " + std::to_string(all.size()) + ", counted from 0",
+                        "see brisk ftdi list");
+  }
+  std::unique_ptr<FtdiLink> link(new FtdiLink(session, all[settings.index], settings));
+  if (const uint32_t status = link->Start(); status != 0) return link->Explain(tried, status);
+  return link;
+}
+
+uint32_t FtdiLink::Start() {
+  const Api& api = session_.api();
+  const uint32_t opened =
+      interface_.hiSpeed
+          ? api.I2C_OpenHiSpeedDevice(interface_.name.c_str(), interface_.location,
+                                      interface_.channel.c_str(), &handle_)
+          : api.I2C_OpenEx(interface_.name.c_str(), interface_.location, &handle_);
+  if (opened != 0) return opened;
+  open_ = true;
+  const uint32_t divisor = Divisor(interface_.hiSpeed ? kHiSpeedKHz : kFullSpeedKHz,
+                                   session_.options().rate.value_or(kDefaultRate));
+  if (const uint32_t status = api.I2C_InitDevice(handle_, divisor); status != 0) return status;
+  return api.I2C_SetMode(handle_, settings_.mode);
+}
+
+FtdiLink::~FtdiLink() {
+  if (open_) session_.api().I2C_Close(handle_);
+}
+
+Failure FtdiLink::Explain(const std::string& tried, uint32_t status) const {
+  Failure failure = OperationFailure(tried, Message(session_, status), Advice(status));
+  failure.data["status"] = status;
+  return failure;
+}
+
+uint32_t FtdiLink::Write(const std::vector<uint8_t>& control, const std::vector<uint8_t>& data) {
+  // A byte write sends one byte; a run of several is a page.
+  const uint32_t type = data.empty()       ? I2C_NO_WRITE_TYPE
+                        : data.size() == 1 ? I2C_BYTE_WRITE_TYPE
+                                           : I2C_PAGE_WRITE_TYPE;
+  const auto count = static_cast<uint32_t>(data.size());
+  const PageWriteRecord page = {1, count};
+  return session_.api().I2C_Write(handle_, control.data(), static_cast<uint32_t>(control.size()), 1,
+                                  settings_.timeoutMs, 1, type, data.data(), count, 1,
+                                  settings_.timeoutMs, &page);
+}
+
+uint32_t FtdiLink::Read(std::vector<uint8_t> control, std::vector<uint8_t>& data) {
+  const uint32_t type = data.size() == 1 ? I2C_BYTE_READ_TYPE : I2C_BLOCK_READ_TYPE;
+  return session_.api().I2C_Read(handle_, control.data(), static_cast<uint32_t>(control.size()), 1,
+                                 settings_.timeoutMs, type, data.data(),
+                                 static_cast<uint32_t>(data.size()));
+}
+
+uint32_t FtdiLink::SetPins(uint32_t outputs, uint32_t levels) {
+  const auto pin = [&](uint32_t bit) { return GpioPin{Bit(outputs, bit), Bit(levels, bit)}; };
+  if (!interface_.hiSpeed) {
+    GpioPins pins{};
+    for (uint32_t i = 0; i < std::size(pins.pins); ++i) pins.pins[i] = pin(i);
+    return session_.api().I2C_SetGPIOs(handle_, &pins);
+  }
+  HiSpeedLowGpioPins low{};
+  HiSpeedHighGpioPins high{};
+  for (uint32_t i = 0; i < std::size(low.pins); ++i) low.pins[i] = pin(kLowPins + i);
+  for (uint32_t i = 0; i < std::size(high.pins); ++i) high.pins[i] = pin(i);
+  return session_.api().I2C_SetHiSpeedDeviceGPIOs(handle_, 1, &low, 1, &high);
+}
+
+uint32_t FtdiLink::GetPins(uint32_t& levels) {
+  levels = 0;
+  if (!interface_.hiSpeed) {
+    GpioLevels pins{};
+    const uint32_t status = session_.api().I2C_GetGPIOs(handle_, &pins);
+    for (uint32_t i = 0; i < std::size(pins.high); ++i) levels |= (pins.high[i] != 0 ? 1U : 0U) << i;
+    return status;
+  }
+  HiSpeedLowGpioLevels low{};
+  HiSpeedHighGpioLevels high{};
+  const uint32_t status = session_.api().I2C_GetHiSpeedDeviceGPIOs(handle_, 1, &low, 1, &high);
+  for (uint32_t i = 0; i < std::size(low.high); ++i) {
+    levels |= (low.high[i] != 0 ? 1U : 0U) << (kLowPins + i);
+  }
+  for (uint32_t i = 0; i < std::size(high.high); ++i) levels |= (high.high[i] != 0 ? 1U : 0U) << i;
+  return status;
+}
+
+}  // namespace brisk::tool

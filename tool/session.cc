@@ -1,0 +1,139 @@
+#include "session.h"
+
+#include <array>
+
+#include "firmware.h"
+#include "text.h"
+
+namespace brisk::tool {
+namespace {
+
+constexpr uint32_t kUartBaud = 57600;
+constexpr uint32_t kTextBridgeBaud = 115200;
+
+bool HasKey(const std::string& parameters, const std::string& key) {
+  return ("," + parameters).find("," + key + "=") != std::string::npos;
+}
+
+void Append(std::string& parameters, const std::string& parameter) {
+  if (!parameters.empty()) parameters += ',';
+  parameters += parameter;
+}
+
+// The bench takes a doubled comma for one in a value.
+std::string Escaped(const std::string& value) {
+  std::string escaped;
+  for (const char c : value) escaped.append(c == ',' ? 2 : 1, c);
+  return escaped;
+}
+
+std::string SerialPortName(uint32_t number) { return "COM" + std::to_string(number); }
+
+const char* ConnectAdvice(const DeviceType& device, bool simulated) {
+  if (simulated) return "the bench has another adapter than --device asks for, or a fault was set";
+  if (device.number == BRISK_DEVICE_TCON_USB) {
+    return "check the cable, that the board shows up as a USB device with vendor 04B4, and that you "
+           "may access it";
+  }
+  return "check the cable, that the FTDI driver library is installed, and that no other program has "
+         "the board open";
+}
+
+}  // namespace
+
+Session::Session(const Options& options, Console& console)
+    : options_(options), console_(console), progress_(console.err()) {}
+
+Session::~Session() {
+  if (!loaded_) return;
+  api().BriskSetProgressCallback(nullptr, nullptr);
+  // The switch is shared with every process that has the library loaded.
+  if (options_.verbose) api().BriskEnableDebug(0);
+}
+
+std::optional<Failure> Session::Ready(Ability ability) {
+  if (!device().Can(ability)) {
+    return UsageFailure(
+        std::string("use ") + AbilityName(ability) + " on device " + device().name,
+        std::string("the ") + device().text + " does not have it",
+        "choose with --device one of: " + Join(DevicesThatCan(ability), ", "));
+  }
+  if (std::optional<Failure> failure = Load()) return failure;
+  return Connect();
+}
+
+std::optional<Failure> Session::Load() {
+  if (loaded_) return std::nullopt;
+  if (std::optional<Failure> failure = library_.Load(options_.simulated)) return failure;
+  if (options_.simulated) {
+    if (std::optional<Failure> failure = ConfigureBench()) return failure;
+  }
+  loaded_ = true;
+  if (options_.verbose) api().BriskEnableDebug(1);
+  api().BriskSetProgressCallback(&Progress::OnProgress, &progress_);
+  Progress::CatchInterrupt();
+  return std::nullopt;
+}
+
+std::optional<Failure> Session::ConfigureBench() {
+  std::string parameters = options_.simulation;
+  if (!HasKey(parameters, "adapter")) {
+    Append(parameters, std::string("adapter=") + device().adapter);
+  }
+  if (!options_.trace.empty()) Append(parameters, "trace=" + Escaped(options_.trace));
+  std::array<char, 2048> message{};
+  if (api().BriskSimConfigure(parameters.c_str(), message.data(), message.size()) == 0) {
+    return std::nullopt;
+  }
+  return UsageFailure("set up the simulated bench with " + parameters, message.data(),
+                      "correct the parameters after --sim=");
+}
+
+std::optional<Failure> Session::Connect() {
+  if (device().serial) {
+    if (std::optional<Failure> failure = ConnectSerial()) return failure;
+  }
+  if (std::optional<Failure> failure = SelectDevice()) return failure;
+  if (options_.rate) {
+    api().I2cSetClockRate(*options_.rate);
+    api().SPISetClockRate(*options_.rate);
+  }
+  return std::nullopt;
+}
+
+std::optional<Failure> Session::ConnectSerial() {
+  if (!options_.comPort && !options_.simulated) {
+    return UsageFailure(std::string("connect the ") + device().text, "no serial port was named",
+                        "name it with --com N (and its rate with --baud B)");
+  }
+  const bool frames = device().number == BRISK_DEVICE_UART;
+  const uint32_t port = options_.comPort.value_or(1);
+  const uint32_t baud = options_.baud.value_or(frames ? kUartBaud : kTextBridgeBaud);
+  const auto connect = frames ? api().uart_connect : api().uart_mag_connect;
+  bool connected = connect(static_cast<uint8_t>(port), baud);
+  // The text bridge's line runs at the rate of the call before.
+  if (connected && !frames && baud != kTextBridgeBaud) {
+    connected = connect(static_cast<uint8_t>(port), baud);
+  }
+  if (connected) return std::nullopt;
+  return OperationFailure(
+      std::string("connect the ") + device().text + " on " + SerialPortName(port) + " at " +
+          std::to_string(baud) + " baud",
+      "the connection failed",
+      "check the port's number and that you may open it; then the bridge's power, cable and rate");
+}
+
+std::optional<Failure> Session::SelectDevice() {
+  FirmwareFolder firmware;
+  if (device().number == BRISK_DEVICE_TCON_USB) {
+    if (std::optional<Failure> failure = firmware.Enter(options_.firmware, console_)) {
+      return failure;
+    }
+  }
+  const uint8_t result = api().BriskSetDevice(device().number);
+  if (result != 0) return std::nullopt;
+  return OperationFailure(std::string("connect the ") + device().text, "no board was found",
+                          ConnectAdvice(device(), options_.simulated));
+}
+
+}  // namespace brisk::tool

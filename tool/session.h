@@ -1,0 +1,50 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "console.h"
+#include "devices.h"
+#include "library.h"
+#include "options.h"
+#include "outcome.h"
+#include "progress.h"
+
+namespace brisk::tool {
+
+// One run's connection: the library, the device that the options select, progress and warnings.
+class Session {
+ public:
+  Session(const Options& options, Console& console);
+  ~Session();
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
+
+  // Everything a command needs before its first call: checks that the device can do it, loads the
+  // library, selects and connects the device.
+  std::optional<Failure> Ready(Ability ability);
+
+  // The library alone, nothing selected.
+  std::optional<Failure> Load();
+
+  const Options& options() const { return options_; }
+  const DeviceType& device() const { return *options_.device; }
+  const Api& api() const { return library_.api(); }
+  const std::string& libraryPath() const { return library_.path(); }
+  Console& console() { return console_; }
+  Progress& progress() { return progress_; }
+
+ private:
+  std::optional<Failure> ConfigureBench();
+  std::optional<Failure> Connect();
+  std::optional<Failure> ConnectSerial();
+  std::optional<Failure> SelectDevice();
+
+  const Options& options_;
+  Console& console_;
+  Progress progress_;
+  Library library_;
+  bool loaded_ = false;
+};
+
+}  // namespace brisk::tool
