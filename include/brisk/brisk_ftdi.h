@@ -138,10 +138,11 @@ BRISK_API uint32_t BRISK_CALL I2C_GetHiSpeedDeviceGPIOs(uint32_t handle, uint32_
 
 /* START, the control bytes (I2C address byte first), the data, and STOP when `stop` is non-zero;
  * without it SCL stays low. With `controlAck` every control byte must be acknowledged within
- * `controlTimeout` ms, else 39; without it no acknowledge clock is sent at all. BYTE sends the first
- * data byte, acknowledged (42) only with `dataAck`; PAGE sends all `count` bytes in one run, each
- * always acknowledged, and `pages` only has to ask for no more than that; NONE looks at no data
- * argument. After a missing acknowledge the bus is left without a STOP: the next START recovers it. */
+ * `controlTimeout` ms, else 39; without it no acknowledge clock is sent at all. BYTE sends the
+ * first data byte, acknowledged (42) only with `dataAck`; PAGE sends all `count` bytes in one run,
+ * each always acknowledged, and `pages` only has to ask for no more than that; NONE looks at no
+ * data argument. After a missing acknowledge the bus is left without a STOP: the next START
+ * recovers it. */
 BRISK_API uint32_t BRISK_CALL I2C_Write(uint32_t handle, const uint8_t* control,
                                         uint32_t controlCount, uint32_t controlAck,
                                         uint32_t controlTimeout, uint32_t stop, uint32_t writeType,
@@ -149,8 +150,8 @@ BRISK_API uint32_t BRISK_CALL I2C_Write(uint32_t handle, const uint8_t* control,
                                         uint32_t dataTimeout, const PageWriteRecord* pages);
 
 /* START, the control bytes in write direction, repeated START, the address in read direction, the
- * data, STOP. Changes bit 0 of control[0]: it holds the direction sent last. BYTE reads one byte and
- * answers it with NACK; BLOCK reads `count` bytes and answers all but the last with ACK. */
+ * data, STOP. Changes bit 0 of control[0]: it holds the direction sent last. BYTE reads one byte
+ * and answers it with NACK; BLOCK reads `count` bytes and answers all but the last with ACK. */
 BRISK_API uint32_t BRISK_CALL I2C_Read(uint32_t handle, uint8_t* control, uint32_t controlCount,
                                        uint32_t controlAck, uint32_t controlTimeout,
                                        uint32_t readType, uint8_t* data, uint32_t count);
@@ -158,8 +159,9 @@ BRISK_API uint32_t BRISK_CALL I2C_Read(uint32_t handle, uint8_t* control, uint32
 /* "2.0"; at least 4 bytes. */
 BRISK_API uint32_t BRISK_CALL I2C_GetDllVersion(char* version, uint32_t size);
 
-/* The message of a status, in language "EN" (any other gives 56 and says so in the buffer). A number
- * that is no status gives 57 and "Unknown status code = N". 100 bytes are enough for every message. */
+/* The message of a status, in language "EN" (any other gives 56 and says so in the buffer). A
+ * number that is no status gives 57 and "Unknown status code = N". 100 bytes are enough for every
+ * message. */
 BRISK_API uint32_t BRISK_CALL I2C_GetErrorCodeString(const char* language, uint32_t status,
                                                      char* message, uint32_t size);
 
