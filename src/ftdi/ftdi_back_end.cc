@@ -74,7 +74,7 @@ void FtdiBackEnd::SPIBulkErase() {
 
 void FtdiBackEnd::SPISectorErase(uint32_t adr) {
   link_.Begin();
-  flash_.SectorErase(adr);
+  flash_.EraseSector(adr);
 }
 
 void FtdiBackEnd::SPIWriteByte(uint32_t adr, uint32_t data) {
