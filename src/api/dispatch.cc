@@ -2,6 +2,7 @@
 
 #include "brisk/brisk.h"
 
+#include "ftdi/ftdi_back_end.h"
 #include "lpt/lpt_back_end.h"
 #include "serial/text_bridge_back_end.h"
 #include "serial/uart_back_end.h"
@@ -21,6 +22,7 @@ Dispatch::Dispatch(lpt::Ports& ports, Driver& driver, ProgressReporter& reporter
   backEnds_[BRISK_DEVICE_TCON_USB] = make_unique<usb::TconUsbBackEnd>(reporter);
   backEnds_[BRISK_DEVICE_LPT_B] = make_unique<LptBackEnd>(lpt::kWiringB, ports, driver, reporter);
   backEnds_[BRISK_DEVICE_TEXT_BRIDGE] = make_unique<serial::TextBridgeBackEnd>();
+  backEnds_[BRISK_DEVICE_FTDI] = make_unique<ftdi::FtdiBackEnd>(reporter);
   backEnds_[BRISK_DEVICE_LPT_C] = make_unique<LptBackEnd>(lpt::kWiringC, ports, driver, reporter);
 }
 
