@@ -7,6 +7,7 @@
 #ifdef _WIN32
 #include <process.h>
 #else
+#include <sys/mman.h>
 #include <unistd.h>
 #endif
 
@@ -85,6 +86,19 @@ bool StopRequests::TakeStopRequest() {
   while (waiting > 0 && !waiting_.compare_exchange_weak(waiting, waiting - 1)) {
   }
   return waiting > 0;
+}
+
+// As on the real system, so that the bench measures what users get.
+void SystemFacts::ExpectFullUse(void* memory, size_t size) {
+#ifdef MADV_HUGEPAGE
+  constexpr uintptr_t kPage = 4096;
+  const auto begin = (reinterpret_cast<uintptr_t>(memory) + kPage - 1) / kPage * kPage;
+  const auto end = (reinterpret_cast<uintptr_t>(memory) + size) / kPage * kPage;
+  if (begin < end) madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE);
+#else
+  static_cast<void>(memory);
+  static_cast<void>(size);
+#endif
 }
 
 uint32_t SystemFacts::ProcessId() {

@@ -95,6 +95,7 @@ class SystemFacts final : public System {
   uint32_t ProcessId() override;
   bool IsNt() override { return nt_; }
   std::string SystemDirectory() override { return directory_; }
+  void ExpectFullUse(void* memory, size_t size) override;
   void SetNt(bool nt) { nt_ = nt; }
   // A folder that does not exist, until a test names one, so that nothing is written to the host.
   void SetSystemDirectory(const std::string& directory) { directory_ = directory; }

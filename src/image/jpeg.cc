@@ -1,7 +1,8 @@
 #include "image/jpeg.h"
 
+#include <cstdlib>
 #include <cstring>
-#include <optional>
+#include <memory>
 
 #include "image/jpeg_decoder.h"
 #include "image/jpeg_headers.h"
@@ -10,20 +11,31 @@
 namespace brisk::image {
 namespace {
 
-// Empty when the file cannot be opened or is larger than the limit.
-std::optional<std::vector<uint8_t>> ReadFile(const char* path) {
-  const auto file = platform().files.OpenForReading(path);
-  if (file == nullptr) return std::nullopt;
-  std::vector<uint8_t> bytes(size_t{1} << 20);
+// A whole file, with room for the zero bytes that the bit reader looks at behind it. malloc and
+// realloc, so that memory which is not read into is never touched.
+struct FileImage {
+  std::unique_ptr<uint8_t[], FreeMemory> bytes;
   size_t size = 0;
-  for (;;) {
-    size += file->Read(bytes.data() + size, bytes.size() - size);
-    if (size < bytes.size()) break;
-    if (size > kMaxJpegFileSize) return std::nullopt;
-    bytes.resize(2 * size);
+
+  bool Reserve(size_t capacity) {
+    void* const moved = std::realloc(bytes.get(), capacity + BitReader::kPadding);
+    if (moved == nullptr) return false;
+    static_cast<void>(bytes.release());
+    bytes.reset(static_cast<uint8_t*>(moved));
+    return true;
   }
-  bytes.resize(size);
-  return bytes;
+};
+
+// False when the file cannot be opened, is larger than the limit, or memory is short.
+bool ReadFile(const char* path, FileImage& image) {
+  const auto file = platform().files.OpenForReading(path);
+  if (file == nullptr) return false;
+  for (size_t capacity = size_t{1} << 20; capacity <= kMaxJpegFileSize; capacity *= 2) {
+    if (!image.Reserve(capacity)) return false;
+    image.size += file->Read(image.bytes.get() + image.size, capacity - image.size);
+    if (image.size < capacity) return true;
+  }
+  return false;
 }
 
 // Takes the zero bytes out that follow each 0xFF of entropy-coded data; returns the new size. Done
@@ -52,9 +64,9 @@ BitmapInfoHeader MakeHeader(uint32_t width, uint32_t height) {
   return header;
 }
 
-JpegStatus Decode(DecodeRequest& request, std::vector<uint8_t>& file) {
+JpegStatus Decode(DecodeRequest& request, FileImage& file) {
   JpegHeaders headers;
-  const JpegStatus status = ReadJpegHeaders({file.data(), file.size()}, headers);
+  const JpegStatus status = ReadJpegHeaders({file.bytes.get(), file.size}, headers);
   if (status != JpegStatus::kDecoded) return status;
 
   request.imageWidth = headers.width;
@@ -67,24 +79,32 @@ JpegStatus Decode(DecodeRequest& request, std::vector<uint8_t>& file) {
   request.pixels = MakeZeroedArray<uint8_t>(size_t{request.stride} * height);
   if (request.pixels == nullptr) return JpegStatus::kUnsupported;
 
-  const size_t size = RemoveStuffing(file.data(), headers.scanData, file.size());
-  file.resize(size);
-  file.resize(size + BitReader::kPadding);
-  return ScanDecoder(headers, {file.data(), size}, FastestJpegKernels())
+  const size_t size = RemoveStuffing(file.bytes.get(), headers.scanData, file.size);
+  std::memset(file.bytes.get() + size, 0, BitReader::kPadding);
+  return ScanDecoder(headers, {file.bytes.get(), size}, FastestJpegKernels())
       .Run(request.pixels.get(), request.stride);
+}
+
+void DecodeImage(DecodeRequest& request, FileImage& file) {
+  request.status = Decode(request, file);
+  if (request.status != JpegStatus::kDecoded) request.pixels.reset();
 }
 
 }  // namespace
 
 void DecodeJpeg(DecodeRequest& request) {
-  auto file = ReadFile(request.path.c_str());
+  FileImage file;
   request.status = JpegStatus::kUnreadable;
-  if (file) DecodeJpeg(request, std::move(*file));
+  if (ReadFile(request.path.c_str(), file)) DecodeImage(request, file);
 }
 
-void DecodeJpeg(DecodeRequest& request, std::vector<uint8_t> file) {
-  request.status = Decode(request, file);
-  if (request.status != JpegStatus::kDecoded) request.pixels.reset();
+void DecodeJpeg(DecodeRequest& request, const uint8_t* file, size_t size) {
+  FileImage image;
+  request.status = JpegStatus::kUnreadable;
+  if (size > kMaxJpegFileSize || !image.Reserve(size)) return;
+  if (size > 0) std::memcpy(image.bytes.get(), file, size);
+  image.size = size;
+  DecodeImage(request, image);
 }
 
 }  // namespace brisk::image

@@ -3,7 +3,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
-#include <vector>
 
 #include "image/zeroed_array.h"
 
@@ -60,7 +59,7 @@ constexpr size_t kMaxJpegFileSize = size_t{256} << 20;
 // Looks for a stop request in the calling thread's messages once an MCU row.
 void DecodeJpeg(DecodeRequest& request);
 
-// The same for a file in memory; takes the bytes over.
-void DecodeJpeg(DecodeRequest& request, std::vector<uint8_t> file);
+// The same for a file in memory, which is copied.
+void DecodeJpeg(DecodeRequest& request, const uint8_t* file, size_t size);
 
 }  // namespace brisk::image

@@ -4,6 +4,8 @@
 #include <cstdlib>
 #include <memory>
 
+#include "platform/platform.h"
+
 namespace brisk::image {
 
 struct FreeMemory {
@@ -18,7 +20,9 @@ using ZeroedArray = std::unique_ptr<T[], FreeMemory>;
 // Null when the memory cannot be had.
 template <typename T>
 ZeroedArray<T> MakeZeroedArray(size_t count) {
-  return ZeroedArray<T>(static_cast<T*>(std::calloc(count, sizeof(T))));
+  ZeroedArray<T> memory(static_cast<T*>(std::calloc(count, sizeof(T))));
+  if (memory != nullptr) platform().system.ExpectFullUse(memory.get(), count * sizeof(T));
+  return memory;
 }
 
 }  // namespace brisk::image

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
@@ -15,6 +16,10 @@ class System {
   virtual bool IsNt() = 0;
   // Folder of system files, without a trailing separator; at most 260 characters.
   virtual std::string SystemDirectory() = 0;
+  // Tells that a large piece of fresh memory will be written from end to end, so that the system
+  // may back it with large pages: a picture costs thousands of page faults otherwise. A hint; a
+  // system without a use for it does nothing.
+  virtual void ExpectFullUse(void* /*memory*/, size_t /*size*/) {}
 };
 
 }  // namespace brisk
