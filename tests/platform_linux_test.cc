@@ -20,6 +20,7 @@
 #include "platform/linux/serial_ports.h"
 #include "platform/linux/shared_memory.h"
 #include "platform/platform.h"
+#include "tests/tty_speed.h"
 
 namespace brisk::linux_system {
 namespace {
@@ -334,17 +335,6 @@ TEST_F(SerialTest, EveryByteValuePassesBothWays) {
   EXPECT_EQ(port_->BytesWaiting(), 0U) << "an echo of our own bytes";
 }
 
-// Asks stty, which reads the rate with the kernel's termios2.
-int SpeedOf(int file) {
-  const std::string command = "stty speed < /proc/" + std::to_string(getpid()) + "/fd/" +
-                              std::to_string(file);
-  std::FILE* pipe = popen(command.c_str(), "r");  // NOLINT(cert-env33-c)
-  int speed = 0;
-  if (pipe == nullptr || std::fscanf(pipe, "%d", &speed) != 1) speed = -1;  // NOLINT(cert-err34-c)
-  if (pipe != nullptr) pclose(pipe);
-  return speed;
-}
-
 TEST_F(SerialTest, SetsOddRatesAndKeepsHardwareFlowControl) {
   ASSERT_NE(port_, nullptr) << whyNot_;
   termios before{};
@@ -355,11 +345,10 @@ TEST_F(SerialTest, SetsOddRatesAndKeepsHardwareFlowControl) {
   port_->Configure(123457);
   termios after{};
   ASSERT_EQ(tcgetattr(bridge_, &after), 0);
-  // In termios the field holds one of the B constants, which an arbitrary rate has none of.
   EXPECT_NE(after.c_cflag & CRTSCTS, 0U);
   EXPECT_EQ(after.c_cflag & CSIZE, static_cast<tcflag_t>(CS8));
   EXPECT_EQ(after.c_iflag, 0U);
-  EXPECT_EQ(SpeedOf(bridge_), 123457);
+  EXPECT_EQ(TtySpeed(bridge_), 123457U);
 }
 
 TEST_F(SerialTest, ReadsNeverBlock) {

@@ -48,7 +48,7 @@ SharedObjectUser::~SharedObjectUser() {
   if (Lock(file_, kGate, F_WRLCK, Waiting::kYes) && Lock(file_, kUse, F_WRLCK, Waiting::kNo)) {
     shm_unlink(name_.c_str());
   }
-  // Not left to the closing: a forked child that could not become a user of its own shares them.
+  // Not left to the closing: the mapping that a forked child inherited keeps the file open.
   Lock(file_, kGate, F_UNLCK, Waiting::kNo);
   Close();
 }
