@@ -1,0 +1,53 @@
+// Several threads call at once, as tools with a polling window do. Run under ThreadSanitizer.
+#include <atomic>
+#include <cstdint>
+#include <gtest/gtest.h>
+#include <thread>
+#include <vector>
+
+#include "brisk/brisk.h"
+
+#include "support/bench_test.h"
+
+namespace brisk {
+namespace {
+
+class Threads : public BenchTest {};
+
+// Transactions interleave bit by bit unless each is one unit: every thread then reads back bytes of
+// the others, or misses acknowledges.
+TEST_F(Threads, TransactionsStayWhole) {
+  constexpr int kThreads = 4;
+  constexpr int kRounds = 100;
+  Configure("adapter=lpt");
+  BriskSetDevice(0);
+  I2c_Stop();
+  std::atomic<int> wrong{0};
+  std::atomic<bool> done{false};
+  std::thread watcher([&] {
+    while (!done) {
+      BriskEnableDebug(0);
+      BriskSetDevice(0);
+      if (SPIGetProgress() > 100 || BriskGetVersion() != 6) ++wrong;
+      std::this_thread::yield();
+    }
+  });
+  std::vector<std::thread> callers;
+  for (int index = 0; index < kThreads; ++index) {
+    callers.emplace_back([&wrong, subAddress = static_cast<uint8_t>(0x80 + index)] {
+      for (int round = 0; round < kRounds; ++round) {
+        const auto value = static_cast<uint8_t>(round * 7 + subAddress);
+        uint8_t back = 0;
+        if (I2cWriteByte(0xF4, subAddress, value) != 1) ++wrong;
+        if (I2cReadByte(0xF4, subAddress, &back) != 1 || back != value) ++wrong;
+      }
+    });
+  }
+  for (std::thread& caller : callers) caller.join();
+  done = true;
+  watcher.join();
+  EXPECT_EQ(wrong, 0);
+}
+
+}  // namespace
+}  // namespace brisk
