@@ -1,7 +1,7 @@
 # Tests and fuzzers.
 #
-#   brisk_add_test(NAME [PLATFORM sim|system|alone|none] [LABELS label...] [LIBRARIES target...]
-#                  [TIMEOUT seconds] source...)
+#   brisk_add_test(NAME source... [PLATFORM sim|system|alone|none] [TIMEOUT seconds]
+#                  [LABELS label...] [LIBRARIES target...])
 #
 # builds one GoogleTest program and runs it as one test. It links the library's objects and, by
 # PLATFORM, the simulated bench (the default), the operating system's platform, or no platform() at
@@ -79,6 +79,9 @@ function(brisk_add_test name)
   cmake_parse_arguments(PARSE_ARGV 1 ARG "" "PLATFORM;TIMEOUT" "LABELS;LIBRARIES")
   if(NOT ARG_PLATFORM)
     set(ARG_PLATFORM sim)
+  endif()
+  if(NOT ARG_UNPARSED_ARGUMENTS)
+    message(FATAL_ERROR "${name}: no sources; they come before LABELS and LIBRARIES")
   endif()
   brisk_platform_libraries(platformLibraries ${ARG_PLATFORM})
   add_executable(${name} ${ARG_UNPARSED_ARGUMENTS})
