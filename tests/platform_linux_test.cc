@@ -81,7 +81,7 @@ class Gate {
 };
 
 class SharedObjectTest : public testing::Test {
- protected:
+ public:
   ~SharedObjectTest() override { shm_unlink(name_.c_str()); }
 
   bool Exists() const {
@@ -168,6 +168,7 @@ TEST_F(SharedObjectTest, OneOfTwentyAtOnceIsFirst) {
     Gate written;
     Gate leave;
     std::vector<Child> users;
+    users.reserve(kUsers);
     for (int index = 0; index < kUsers; ++index) {
       users.emplace_back([&] {
         start.Pass();
@@ -205,6 +206,7 @@ TEST_F(SharedObjectTest, OneOfTwentyAtOnceIsFirst) {
 TEST_F(SharedObjectTest, ComingAndGoingNeverSplitsTheUsers) {
   constexpr int kUsers = 6;
   std::vector<Child> users;
+  users.reserve(kUsers);
   for (int index = 0; index < kUsers; ++index) {
     users.emplace_back([&] {
       for (int turn = 0; turn < 300; ++turn) {
@@ -268,7 +270,7 @@ TEST_F(SharedObjectTest, RefusesAnObjectOfAnotherUser) {
 
 // A folder with COM7 linked to a pseudo terminal, whose other side plays the bridge.
 class SerialTest : public testing::Test {
- protected:
+ public:
   SerialTest() {
     EXPECT_NE(mkdtemp(folder_.data()), nullptr);
     EXPECT_EQ(openpty(&bridge_, &terminal_, nullptr, nullptr, nullptr), 0);
@@ -511,7 +513,7 @@ class Lines final : public DebugStream {
 };
 
 class PortDriverTest : public testing::Test {
- protected:
+ public:
   PortDriverTest() { permission = permission_.get(); }
   ~PortDriverTest() override { device_.reset(); }
 
