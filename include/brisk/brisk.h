@@ -46,16 +46,17 @@ enum {
 /* Selects the device type for every process that has the library loaded, from the next call on. The
  * type is stored whatever it is; right after the first load it is 0. No lock.
  *
- * Result: for type 4 the outcome of connecting the board (1 connected, 0 not); for type 8 the number
- * of interfaces found, low 8 bits, whether or not each could be opened; otherwise 1. Blocks while
- * types 4 and 8 connect; the serial bridges (3, 7) are connected by their own functions. */
+ * Result: for type 4 the outcome of connecting the board (1 connected, 0 not); for type 8 the
+ * number of interfaces found, low 8 bits, whether or not each could be opened; otherwise 1. Blocks
+ * while types 4 and 8 connect; the serial bridges (3, 7) are connected by their own functions. */
 BRISK_API uint8_t BRISK_CALL BriskSetDevice(uint8_t deviceType);
 
 /* The interface version: always 6. No lock. */
 BRISK_API uint32_t BRISK_CALL BriskGetVersion(void);
 
 /* Switches the debug lines of the calls on (non-zero) or off (0), in every process that has the
- * library loaded. Start-up, clock, flash, connect and driver lines are written either way. No lock. */
+ * library loaded. Start-up, clock, flash, connect and driver lines are written either way. No lock.
+ */
 BRISK_API void BRISK_CALL BriskEnableDebug(int32_t enable);
 
 BRISK_END_DECLS

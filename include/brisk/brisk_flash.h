@@ -5,11 +5,12 @@
 
 /* The board's serial NOR flash: device types 0, 1, 2, 5, 8, 9 (elsewhere the calls do nothing and
  * return 0; SPIReadID returns 1 on type 7). Commands as in common data sheets of the 25-series with
- * JEDEC identification: 06 05 C7 D8 02 03 9F. Addresses are bytes, 24 bits; higher bits are dropped.
+ * JEDEC identification: 06 05 C7 D8 02 03 9F. Addresses are bytes, 24 bits; higher bits are
+ * dropped.
  *
  * Every erase and program waits until the flash is ready, for at most 5 seconds; after that the
- * operation goes on without a word, so verify what matters. Nothing is verified here, and no size is
- * checked against the identification. */
+ * operation goes on without a word, so verify what matters. Nothing is verified here, and no size
+ * is checked against the identification. */
 
 BRISK_BEGIN_DECLS
 
@@ -63,8 +64,8 @@ BRISK_API uint32_t BRISK_CALL SPIGetProgress(void);
  * that starts later. Device type 1 ignores it. */
 BRISK_API void BRISK_CALL SPIStop(void);
 
-/* Flash clock in kHz on device type 1, nearest of its rates; ignored elsewhere. On the parallel port
- * I2cSetClockRate paces the flash too. */
+/* Flash clock in kHz on device type 1, nearest of its rates; ignored elsewhere. On the parallel
+ * port I2cSetClockRate paces the flash too. */
 BRISK_API void BRISK_CALL SPISetClockRate(uint32_t kHz);
 
 BRISK_END_DECLS

@@ -14,25 +14,25 @@ BRISK_API void BRISK_CALL I2c_Start(void);
 BRISK_API void BRISK_CALL I2c_RStart(void); /* repeated start */
 BRISK_API void BRISK_CALL I2c_Stop(void);
 
-/* Sends the low 8 bits. Result: the acknowledge bit, 0 = acknowledged, 1 = not (1 also when a bridge
- * does not answer). Clock stretching is not waited for on the parallel port. */
+/* Sends the low 8 bits. Result: the acknowledge bit, 0 = acknowledged, 1 = not (1 also when a
+ * bridge does not answer). Clock stretching is not waited for on the parallel port. */
 BRISK_API uint32_t BRISK_CALL I2c_Tx(uint32_t byte);
 
-/* Receives one byte, stored zero-extended; it is answered with ACK when `last` is 0, else with NACK.
- * Result: 0 = success, else failure with `data` untouched. */
+/* Receives one byte, stored zero-extended; it is answered with ACK when `last` is 0, else with
+ * NACK. Result: 0 = success, else failure with `data` untouched. */
 BRISK_API uint32_t BRISK_CALL I2c_Rx(uint32_t* data, uint32_t last);
 
 /* One clock with SDA as given (non-zero = high), and one clock that reads SDA (0 or 1), on the
  * parallel port (types 0, 5, 9). The other data lines keep the value last written by Lpt_Output. On
- * types 5 and 9 both work on the data register alone, as their adapters expect. I2c_BitIn elsewhere:
- * 1 on types 2 and 3, else 0. */
+ * types 5 and 9 both work on the data register alone, as their adapters expect. I2c_BitIn
+ * elsewhere: 1 on types 2 and 3, else 0. */
 BRISK_API void BRISK_CALL I2c_BitOut(uint8_t bit);
 BRISK_API uint8_t BRISK_CALL I2c_BitIn(void);
 
 /* Bus clock in kHz. On the parallel port (types 0, 5, 9, which share the setting) every line change
- * then lasts 500 / kHz microseconds, truncated; above 500 there is no wait, and 0 leaves the setting
- * as it is. Right after load there is no wait. Types 1, 4 and 8 take the nearest rate their hardware
- * has; elsewhere the call does nothing. */
+ * then lasts 500 / kHz microseconds, truncated; above 500 there is no wait, and 0 leaves the
+ * setting as it is. Right after load there is no wait. Types 1, 4 and 8 take the nearest rate their
+ * hardware has; elsewhere the call does nothing. */
 BRISK_API void BRISK_CALL I2cSetClockRate(uint32_t kHz);
 
 /* ---- Register transactions: 1 = success, 0 = a byte was not acknowledged. ---- */
@@ -65,9 +65,9 @@ BRISK_API uint32_t BRISK_CALL I2cReadData(uint8_t device, const uint8_t* command
  *
  * `address` with the top five bits 11110 is a 10-bit address: the high byte (bit 0 = direction) and
  * then the low byte are sent, for reading as for writing, without a repeated start between them.
- * Otherwise its low byte is the 8-bit address; bit 0 is set as the direction needs. `channel` is used
- * by device types 1 (speed: low four bits 0 or 1 = 100 kHz, 2 = 400 kHz) and 4 only. Type 8 answers
- * 1 and type 4 answers 0 without bus traffic. */
+ * Otherwise its low byte is the 8-bit address; bit 0 is set as the direction needs. `channel` is
+ * used by device types 1 (speed: low four bits 0 or 1 = 100 kHz, 2 = 400 kHz) and 4 only. Type 8
+ * answers 1 and type 4 answers 0 without bus traffic. */
 
 /* Sends the first group and, when all of it was acknowledged, the second. A group is always sent
  * whole, and a stop condition always follows. */
@@ -99,10 +99,11 @@ BRISK_API uint8_t BRISK_LIB_CALL I2cLib_Scan7bitAddr(uint8_t address);
  *   read   "F4-70-F5="     device, register, device for reading, size: "-" one byte, "=" two,
  *                          "+" three (low byte first on the bus)
  *
- * The two separators are any characters. A field that is not two hex digits counts as 0 and is sent.
- * Spaces or tabs before a field's digits are skipped, but the next field does not move. A command
- * shorter than its fixed fields fails before anything is sent; an item whose digits are cut short
- * fails with a stop condition, none of its bytes sent. Only the device's acknowledge is examined. */
+ * The two separators are any characters. A field that is not two hex digits counts as 0 and is
+ * sent. Spaces or tabs before a field's digits are skipped, but the next field does not move. A
+ * command shorter than its fixed fields fails before anything is sent; an item whose digits are cut
+ * short fails with a stop condition, none of its bytes sent. Only the device's acknowledge is
+ * examined. */
 
 /* 0 = done, 1 = failure. Bytes sent before an unknown item stay sent. Other device types: 1, but 0
  * on type 8. */

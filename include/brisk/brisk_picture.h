@@ -3,13 +3,14 @@
 
 #include "brisk/brisk_types.h"
 
-/* The controller's frame memory through its two-wire picture port, and PLL settings: device types 0,
- * 1, 5 and 9 (Sddi_Tx also 2). Elsewhere the calls do nothing; Sddi_Bitmap, Sddi_Jpeg, Pll_Clock and
- * Pll_Nandu return 1 on types 2, 3 and 8 and 0 on 4 and 7.
+/* The controller's frame memory through its two-wire picture port, and PLL settings: device types
+ * 0, 1, 5 and 9 (Sddi_Tx also 2). Elsewhere the calls do nothing; Sddi_Bitmap, Sddi_Jpeg, Pll_Clock
+ * and Pll_Nandu return 1 on types 2, 3 and 8 and 0 on 4 and 7.
  *
  * Geometry and colour mode are read from the controller (I2C device 0xF4) before anything is sent.
- * Nothing comes back from the picture port: a missing controller shows only in those reads. When one
- * fails the operation ends there: nothing more is sent, and the result, where there is one, is 1. */
+ * Nothing comes back from the picture port: a missing controller shows only in those reads. When
+ * one fails the operation ends there: nothing more is sent, and the result, where there is one,
+ * is 1. */
 
 BRISK_BEGIN_DECLS
 
@@ -24,8 +25,8 @@ BRISK_API void BRISK_CALL Sddi_Bitblt_Copy(uint32_t x1, uint32_t y1, uint32_t x2
                                            uint32_t w, uint32_t h);
 
 /* Sends an uncompressed 24-bit BMP of at most 1600 x 1200, or a JPEG (Huffman, 8 bit, YCbCr 4:4:4,
- * 4:2:2 or 4:2:0; path of at most 127 characters), to the top-left corner of the main plane or, with
- * a non-zero `plane`, the second one. What lies outside the frame is cut off. Messages go to
+ * 4:2:2 or 4:2:0; path of at most 127 characters), to the top-left corner of the main plane or,
+ * with a non-zero `plane`, the second one. What lies outside the frame is cut off. Messages go to
  * standard output. Result: 0 = done, 1 = file not opened, rejected or stopped. */
 BRISK_API uint32_t BRISK_CALL Sddi_Bitmap(const char* path, uint32_t plane);
 BRISK_API uint32_t BRISK_CALL Sddi_Jpeg(const char* path, uint32_t plane);
@@ -43,8 +44,8 @@ BRISK_API void BRISK_CALL C1_TxDebug(uint32_t bits, uint32_t value);
 BRISK_API uint32_t BRISK_CALL Pll_Clock(uint32_t target, uint32_t reference, uint16_t* divider,
                                         uint16_t* exponent, uint16_t* multiplier);
 
-/* The 24-bit setting word of the second kind of synthesizer as high, middle and low byte. Results as
- * for Pll_Clock. */
+/* The 24-bit setting word of the second kind of synthesizer as high, middle and low byte. Results
+ * as for Pll_Clock. */
 BRISK_API uint32_t BRISK_CALL Pll_Nandu(uint32_t target, uint32_t reference, uint16_t* high,
                                         uint16_t* middle, uint16_t* low);
 

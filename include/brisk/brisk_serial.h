@@ -11,31 +11,31 @@
 /* The two bridges on a serial port. Selecting their device types (3, 7) connects nothing: the tool
  * connects here, before or after the selection. Each bridge has a port of its own.
  *
- * None of these calls takes the lock: do not call them while another thread runs an operation of the
- * same device type.
+ * None of these calls takes the lock: do not call them while another thread runs an operation of
+ * the same device type.
  *
  * Port n is COMn on Windows; on Linux /dev/COMn when that exists, else /dev/ttyS(n-1). It is opened
  * for exclusive use with 8 data bits, no parity, one stop bit.
  *
- * An answer may take 1152000 / rate + 10 milliseconds (30 at 57600 bits per second, 20 at 115200, 130
- * at 9600) between one awaited byte and the next; then the operation fails. While no port is open,
- * operations send nothing and fail after the same time. */
+ * An answer may take 1152000 / rate + 10 milliseconds (30 at 57600 bits per second, 20 at 115200,
+ * 130 at 9600) between one awaited byte and the next; then the operation fails. While no port is
+ * open, operations send nothing and fail after the same time. */
 
 BRISK_BEGIN_DECLS
 
 /* Opens the UART-to-I2C bridge of device type 3 at `rate` bits per second and switches it into its
- * frame mode; a bridge that is still open is disconnected first. True when the bridge answered, which
- * it may take one second to do. On failure the port is closed, and a line in the debug log says
- * which step failed. A rate of 0 fails before anything else: an open port stays open. */
+ * frame mode; a bridge that is still open is disconnected first. True when the bridge answered,
+ * which it may take one second to do. On failure the port is closed, and a line in the debug log
+ * says which step failed. A rate of 0 fails before anything else: an open port stays open. */
 BRISK_API bool BRISK_CALL uart_connect(uint8_t port, uint32_t rate);
 
-/* Sends the bridge back to its command line and closes the port. Non-zero on success; 0 when no port
- * is open. */
+/* Sends the bridge back to its command line and closes the port. Non-zero on success; 0 when no
+ * port is open. */
 BRISK_API int BRISK_CALL uart_disconnect(void);
 
 /* Opens the text bridge of device type 7; a port that is still open is closed first. True whenever
- * the port could be opened, also when no bridge answers, and after a second without an answer at the
- * latest. The line runs at the rate of the previous call (115200 bits per second at the first);
+ * the port could be opened, also when no bridge answers, and after a second without an answer at
+ * the latest. The line runs at the rate of the previous call (115200 bits per second at the first);
  * `rate` sets the reply time-out from this call on, and the line from the next call on. To run the
  * line at another rate, call twice. A rate of 0 fails before anything else. */
 BRISK_API bool BRISK_CALL uart_mag_connect(uint8_t port, uint32_t rate);

@@ -8,8 +8,8 @@
 
 BRISK_BEGIN_DECLS
 
-/* Replaces the bench by the one that `options` describes: "key=value" separated by commas (a doubled
- * comma stands for one), every key optional.
+/* Replaces the bench by the one that `options` describes: "key=value" separated by commas (a
+ * doubled comma stands for one), every key optional.
  *
  *   adapter=NAME[+NAME]   what connects the board, or none; default lpt. The parallel port's three
  *                         wirings are lpt, lpt-b and lpt-c, for device types 0, 5 and 9; they
@@ -28,14 +28,14 @@ BRISK_BEGIN_DECLS
  *   seed=N                of everything drawn at random; default 1
  *   debug=none | stderr   where debug lines go; default none
  *   fault=KIND[:ARGUMENT][@N][%P][+...]
- *                         what goes wrong: at every occasion, at the Nth only, or with a chance of P
- *                         percent. Kinds: nak (an I2C device does not acknowledge; of all, or of
- *                         controller, eeprom, ten-bit), sda-low, scl-low (a line is stuck),
- *                         flash-busy (a program or erase never ends, or takes ARGUMENT ms),
- *                         open-refused (of files), disk-full (a file takes ARGUMENT bytes).
+ *                         what goes wrong: at every occasion, at the Nth only, or with a chance of
+ * P percent. Kinds: nak (an I2C device does not acknowledge; of all, or of controller, eeprom,
+ * ten-bit), sda-low, scl-low (a line is stuck), flash-busy (a program or erase never ends, or takes
+ * ARGUMENT ms), open-refused (of files), disk-full (a file takes ARGUMENT bytes).
  *
- * The library is detached from the old bench and attached to the new one, as if it had been unloaded
- * and loaded: the device type, rates and connections start afresh. No other call may be running.
+ * The library is detached from the old bench and attached to the new one, as if it had been
+ * unloaded and loaded: the device type, rates and connections start afresh. No other call may be
+ * running.
  *
  * Result: 0 = done. Otherwise the old bench stays, its trace ended if a file could not be opened,
  * and `message` (which may be null) receives what is wrong, cut to messageSize with the NUL. */

@@ -11,7 +11,6 @@
 
 namespace brisk {
 
-
 // Owns one back end per device type.
 class Dispatch {
  public:

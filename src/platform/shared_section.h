@@ -8,8 +8,8 @@ namespace brisk {
 
 inline constexpr uint16_t kLptBase = 0x378;
 
-// The two words that requests to the port-access driver travel in. Each process has its own; it is a
-// global because its address is part of the shared section's initial values.
+// The two words that requests to the port-access driver travel in. Each process has its own; it is
+// a global because its address is part of the shared section's initial values.
 inline constinit std::array<uint32_t, 2> driverRequestBuffer = {};
 
 // The state that every process with the library loaded shares. Plain loads and stores only: no lock
@@ -29,12 +29,12 @@ struct SharedSection {
 };
 
 static_assert(sizeof(void*) != 4 || sizeof(SharedSection) == 28);
-static_assert(sizeof(void*) != 4 || (offsetof(SharedSection, pDriverBuf) == 8 &&
-                                     offsetof(SharedSection, wLptBase) == 12 &&
-                                     offsetof(SharedSection, bDeviceType) == 14 &&
-                                     offsetof(SharedSection, hDriver) == 16 &&
-                                     offsetof(SharedSection, dwIsNT) == 20 &&
-                                     offsetof(SharedSection, dwDebug) == 24));
+static_assert(sizeof(void*) != 4 ||
+              (offsetof(SharedSection, pDriverBuf) == 8 &&
+               offsetof(SharedSection, wLptBase) == 12 &&
+               offsetof(SharedSection, bDeviceType) == 14 &&
+               offsetof(SharedSection, hDriver) == 16 && offsetof(SharedSection, dwIsNT) == 20 &&
+               offsetof(SharedSection, dwDebug) == 24));
 
 // Where the shared section lives. Section() maps it at the first call and returns the same address
 // for the life of the process; where sharing is refused it is private to the process, which the

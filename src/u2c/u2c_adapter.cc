@@ -10,9 +10,9 @@ struct Speed {
   uint8_t code;
 };
 
-constexpr Speed kI2cSpeeds[] = {{400, 0}, {100, 1},  {83, 2},  {71, 3}, {62, 4},
+constexpr Speed kI2cSpeeds[] = {{400, 0}, {100, 1}, {83, 2},  {71, 3}, {62, 4},
                                 {50, 6},  {25, 16}, {10, 46}, {5, 96}, {2, 242}};
-constexpr Speed kSpiSpeeds[] = {{200, 0}, {100, 1},  {83, 2},  {71, 3}, {62, 4},
+constexpr Speed kSpiSpeeds[] = {{200, 0}, {100, 1}, {83, 2},  {71, 3}, {62, 4},
                                 {50, 6},  {25, 16}, {10, 46}, {5, 96}, {2, 242}};
 
 // The squares are compared in 32 bits, as they always were: far above the table they wrap.

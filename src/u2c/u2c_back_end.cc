@@ -170,15 +170,14 @@ uint8_t U2cBackEnd::I2cLib_Write(uint8_t channel, uint16_t address, const uint8_
     return adapter_.Write(record) ? 1 : 0;
   }
   adapter_.I2c_Start();
-  const bool ok = SendAddress(address, 0) && SendAll({first, firstLength}) &&
-                  SendAll({second, secondLength});
+  const bool ok =
+      SendAddress(address, 0) && SendAll({first, firstLength}) && SendAll({second, secondLength});
   adapter_.I2c_Stop();
   return ok ? 1 : 0;
 }
 
 // Begins with a repeated start, also on an idle bus; no received byte is acknowledged.
-uint8_t U2cBackEnd::I2cLib_Read(uint8_t channel, uint16_t address, uint8_t* data,
-                                uint32_t length) {
+uint8_t U2cBackEnd::I2cLib_Read(uint8_t channel, uint16_t address, uint8_t* data, uint32_t length) {
   if (Missing(data, length)) return 0;
   SetSpeedMode(channel);
   adapter_.I2c_RStart();

@@ -13,8 +13,8 @@
 
 namespace brisk::u2c {
 
-// Device type 1: a U2C USB adapter, through its library. It connects on first use; while there is no
-// adapter every operation fails, and the next one tries again. Counts that a transaction record
+// Device type 1: a U2C USB adapter, through its library. It connects on first use; while there is
+// no adapter every operation fails, and the next one tries again. Counts that a transaction record
 // cannot carry (more than 4 sub-address bytes, more than 256 data bytes) fail before anything is
 // sent. Sub-addresses of several bytes go into the record two ways: the I2cLib_ family copies them
 // in order, I2cReadData stores the number that they form most significant byte first.
@@ -42,8 +42,7 @@ class U2cBackEnd : public BackEnd {
   void I2cSetClockRate(uint32_t kHz) override;
 
   uint8_t I2cLib_Write(uint8_t channel, uint16_t address, const uint8_t* first,
-                       uint32_t firstLength, const uint8_t* second,
-                       uint32_t secondLength) override;
+                       uint32_t firstLength, const uint8_t* second, uint32_t secondLength) override;
   uint8_t I2cLib_Read(uint8_t channel, uint16_t address, uint8_t* data, uint32_t length) override;
   uint8_t I2cLib_WriteRead(uint8_t channel, uint16_t address, const uint8_t* write,
                            uint32_t writeLength, uint8_t* read, uint32_t readLength) override;

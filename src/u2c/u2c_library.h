@@ -29,8 +29,8 @@ static_assert(offsetof(Transaction, memoryAddress) == 2);
 static_assert(offsetof(Transaction, bufferLength) == 6);
 static_assert(offsetof(Transaction, buffer) == 8);
 
-// The adapter's two libraries. A library or function that is missing is named once on the debug log;
-// what needs it fails with kMissing.
+// The adapter's two libraries. A library or function that is missing is named once on the debug
+// log; what needs it fails with kMissing.
 class U2cLibrary {
  public:
   static constexpr int32_t kMissing = -1;
@@ -59,8 +59,12 @@ class U2cLibrary {
   int32_t Read(Handle h, Transaction* t) { return Call(f_.U2C_Read, h, t); }
   int32_t SetI2cFreq(Handle h, uint8_t code) { return Call(f_.U2C_SetI2cFreq, h, code); }
   int32_t SpiSetFreq(Handle h, uint8_t code) { return Call(f_.U2C_SpiSetFreq, h, code); }
-  int32_t SpiWrite(Handle h, uint8_t* bytes, uint16_t n) { return Call(f_.U2C_SpiWrite, h, bytes, n); }
-  int32_t SpiRead(Handle h, uint8_t* bytes, uint16_t n) { return Call(f_.U2C_SpiRead, h, bytes, n); }
+  int32_t SpiWrite(Handle h, uint8_t* bytes, uint16_t n) {
+    return Call(f_.U2C_SpiWrite, h, bytes, n);
+  }
+  int32_t SpiRead(Handle h, uint8_t* bytes, uint16_t n) {
+    return Call(f_.U2C_SpiRead, h, bytes, n);
+  }
   int32_t DropSda(Handle h) { return Call(f_.U2C_DropSda, h); }
   int32_t ReleaseSda(Handle h) { return Call(f_.U2C_ReleaseSda, h); }
   int32_t DropScl(Handle h) { return Call(f_.U2C_DropScl, h); }
