@@ -92,6 +92,6 @@ Bench& bench();
 // Replaces the bench by the one that the text asks for, without telling the library. Empty when
 // done; otherwise what is wrong, and the old bench stays (a trace it was writing has ended).
 // Nothing else may use the bench meanwhile, and references into the old one are void afterwards.
-std::string ReplaceBench(std::string_view options);
+std::string ReplaceBench(std::string_view text);
 
 }  // namespace brisk::sim

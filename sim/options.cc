@@ -166,7 +166,7 @@ std::string SetOption(const std::string& option, Options* options) {
     known.push_back(key.name);
     if (key.name != name) continue;
     if (equals == std::string::npos) {
-      return "option '" + option + "' needs a value: " + option + "=" + key.help;
+      return std::string("option '").append(option).append("' needs a value: ").append(key.help);
     }
     return key.set(std::string_view(option).substr(equals + 1), options);
   }

@@ -14,7 +14,7 @@ class VirtualClock final : public Clock {
  public:
   static constexpr uint64_t kTscMHz = 3000;
   static constexpr uint64_t kTscReadNs = 20;
-  static constexpr uint64_t kPerformanceReadNs = 100;
+  static constexpr uint64_t kPerformanceReadNs = 1000;  // as an ACPI timer
   static constexpr uint64_t kTickReadNs = 1000;
   static constexpr uint64_t kYieldNs = 1000;
 

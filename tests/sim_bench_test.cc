@@ -2,6 +2,10 @@
 #include <gtest/gtest.h>
 #include <thread>
 
+#include "brisk/brisk.h"
+#include "brisk/brisk_sim.h"
+
+#include "api/attach.h"
 #include "lpt_adapter.h"
 #include "nor_flash.h"
 #include "support/files.h"
@@ -265,6 +269,26 @@ TEST(SimBench, ReplacingChangesThePlatform) {
   EXPECT_NE(sim::ReplaceBench("adapter=lpt+lpt-c"), "");
   EXPECT_EQ(&sim::bench(), before);
   EXPECT_EQ(sim::ReplaceBench(""), "");
+}
+
+TEST(SimBench, ConfigureExchangesTheBenchUnderTheLibrary) {
+  char message[64] = "";
+  ASSERT_EQ(BriskSimConfigure("adapter=lpt-c,frame=320x240", message, sizeof message), 0);
+  EXPECT_STREQ(message, "");
+  BriskSetDevice(BRISK_DEVICE_LPT_C);
+  EXPECT_EQ(I2c_ReadStringEx("F4-70-F5="), 320);
+  EXPECT_EQ(SPIReadID(), 0xEF4016u);
+
+  EXPECT_EQ(BriskSimConfigure("flsh=none", message, 20), 1);
+  EXPECT_STREQ(message, "unknown option 'fls");
+  EXPECT_EQ(BriskSimConfigure("flsh=none", nullptr, 0), 1);
+  EXPECT_EQ(BriskSimConfigure(nullptr, nullptr, 0), 1);
+  EXPECT_EQ(I2c_ReadStringEx("F4-72-F5="), 240);  // the old bench stays
+
+  ASSERT_EQ(BriskSimConfigure("flash=none", message, sizeof message), 0);
+  EXPECT_EQ(I2c_ReadStringEx("F4-70-F5="), 1024);  // device type 0 again, on its own wiring
+  EXPECT_EQ(SPIReadID(), 0xFFFFFFu);
+  DetachLibrary();
 }
 
 }  // namespace
