@@ -184,7 +184,7 @@ TEST_P(DriverFileTest, Extract) {
   if (!test.writable) UseSystemDirectory(folder.File("missing") + "/system");
   const std::string path = test.nt ? DriverFile() : directory + "\\kgated.vxd";
   if (test.create) WriteFile(path, test.present);
-  ASSERT_EQ(bench().SetFault(test.fault), "");
+  if (*test.fault != 0) ASSERT_EQ(bench().SetFault(test.fault), "");
   EXPECT_EQ(driver.Drv_Extract(), test.result);
   bench().ClearFaults();
   EXPECT_EQ(ReadFile(path), test.after);
@@ -200,10 +200,10 @@ const ExtractCase kExtractCases[] = {
     {"NothingCarried", true, {}, false, "", false, true, 3, {}},
     {"No9xImage", false, {}, false, "", true, true, 3, {}},
     {"Unwritable", true, {}, false, "", true, false, 4, {}},
-    {"DiskFull", true, {}, false, "disk-full=4", true, true, 4, {}},
+    {"DiskFull", true, {}, false, "disk-full:4", true, true, 4, {}},
 };
 INSTANTIATE_TEST_SUITE_P(Files, DriverFileTest, testing::ValuesIn(kExtractCases),
-                         [](const auto& info) { return std::string(info.param.name); });
+                         [](const auto& row) { return std::string(row.param.name); });
 
 // ---- What may fail ----
 
@@ -292,7 +292,7 @@ const FailureCase kFailureCases[] = {
      {"brisk-- the driver did not take the port base, result 4\n", kLastUser}},
 };
 INSTANTIATE_TEST_SUITE_P(Failures, DriverFailureTest, testing::ValuesIn(kFailureCases),
-                         [](const auto& info) { return std::string(info.param.name); });
+                         [](const auto& row) { return std::string(row.param.name); });
 
 // A process that could not be counted in must not count out the one that was.
 TEST_F(DriverTest, FailedOpenOfAnotherProcessLeavesTheCountAlone) {
