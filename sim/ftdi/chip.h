@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "board.h"
-#include "ftdi/mpsse.h"
+#include "ftdi/mpsse_interpreter.h"
 
 namespace brisk::sim {
 

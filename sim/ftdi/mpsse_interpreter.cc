@@ -1,4 +1,4 @@
-#include "ftdi/mpsse.h"
+#include "ftdi/mpsse_interpreter.h"
 
 #include <utility>
 
