@@ -1,5 +1,6 @@
 #include "adapter.h"
 
+#include "ftdi/ftdi_adapter.h"
 #include "lpt_adapter.h"
 #include "serial/bridge_adapter.h"
 #include "usb/debug_board_adapter.h"
@@ -17,6 +18,11 @@ constexpr AdapterKind kKinds[] = {
     {"tcon-usb", MakeFx2},
     {"uart", MakeUartBridge},
     {"text-bridge", MakeTextBridge},
+    {"ft2232c", MakeFt2232c},
+    {"ft2232c-2", MakeSecondFt2232c},
+    {"talvo", MakeTalvo},
+    {"ft2232h", MakeFt2232h},
+    {"ft4232h", MakeFt4232h},
 };
 
 }  // namespace

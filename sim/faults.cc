@@ -9,7 +9,7 @@
 namespace brisk::sim {
 namespace {
 
-enum class Argument : uint8_t { kNone, kDevice, kNumber };
+enum class Argument : uint8_t { kNone, kDevice, kNumber, kD2xxFunction };
 
 struct Kind {
   FaultKind kind;
@@ -36,6 +36,10 @@ constexpr Kind kKinds[] = {
     {FaultKind::kLineJunk, "line-junk", Argument::kNumber, true},    // bytes
     {FaultKind::kLineWidth, "line-width", Argument::kNone, false},
     {FaultKind::kLineGone, "line-gone", Argument::kNone, false},
+    {FaultKind::kD2xxFails, "d2xx-fails", Argument::kD2xxFunction, false},  // any, or the one named
+    {FaultKind::kShortWrite, "d2xx-short-write", Argument::kNumber, true},  // bytes that it takes
+    {FaultKind::kNoAnswers, "ftdi-no-answers", Argument::kNone, false},
+    {FaultKind::kUnplugged, "ftdi-unplug", Argument::kNone, false},  // from the call it strikes on
 };
 
 constexpr std::string_view kDevices[] = {"controller", "eeprom", "ten-bit"};
@@ -66,6 +70,9 @@ std::string CheckArgument(const Kind& kind, Fault* fault) {
     case Argument::kNumber:
       if (ParseNumber(fault->argument, &fault->number)) return "";
       return "fault '" + name + "' takes a number, not '" + fault->argument + "'";
+    case Argument::kD2xxFunction:
+      if (fault->argument.starts_with("FT_")) return "";
+      return "fault '" + name + "' takes a function such as FT_Write, not '" + fault->argument + "'";
     case Argument::kDevice:
       break;
   }

@@ -29,6 +29,10 @@ enum class FaultKind : uint8_t {
   kLineJunk,     // this many junk bytes come before an answer
   kLineWidth,    // a bridge answers a register frame with a wrong width
   kLineGone,     // the serial adapter is unplugged
+  kD2xxFails,    // a D2XX function answers with an input/output error
+  kShortWrite,   // FT_Write takes no more than a number of bytes
+  kNoAnswers,    // answers of FTDI chips are lost
+  kUnplugged,    // an FTDI chip leaves the bus during a call
 };
 
 // One fault as text: KIND[:ARGUMENT][@N][%P]. The argument narrows it (a device, a time, a size);

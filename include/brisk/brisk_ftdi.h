@@ -101,8 +101,10 @@ BRISK_API uint32_t BRISK_CALL I2C_Close(uint32_t handle);
 BRISK_API uint32_t BRISK_CALL I2C_CloseDevice(uint32_t handle, const FinalStatePins* finalState);
 
 /* Puts the interface into MPSSE mode with bus lines high, GPIOH0 and GPIOH1 low, latency 2 ms. A
- * hi-speed interface runs from 60 MHz afterwards. Takes about a tenth of a second, and up to ten
- * seconds when the chip does not answer. */
+ * hi-speed interface counts as running from 60 MHz afterwards; its command for that goes out before
+ * the mode is entered, and a chip fresh from power-on does not heed it then: call
+ * I2C_TurnOffDivideByFiveClockingHiSpeedDevice afterwards to be sure. Takes about a tenth of a
+ * second, and up to ten seconds when the chip does not answer. */
 BRISK_API uint32_t BRISK_CALL I2C_InitDevice(uint32_t handle, uint32_t divisor);
 
 /* Base clock of a hi-speed interface: 12 MHz (on) or 60 MHz (off). */

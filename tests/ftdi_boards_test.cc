@@ -1,0 +1,398 @@
+// Device type 8 through the exported functions: deferred writes, reads of several boards, pins,
+// flash, and boards that fail.
+#include <chrono>
+#include <functional>
+#include <gtest/gtest.h>
+#include <mutex>
+#include <string>
+#include <thread>
+
+#include "eeprom.h"
+#include "ftdi/ftdi_adapter.h"
+#include "support/files.h"
+#include "support/ftdi_bench.h"
+#include "support/i2c_monitor.h"
+#include "timing_controller.h"
+
+namespace brisk {
+namespace {
+
+Bytes Step(uint8_t value, uint8_t direction = 0x13) { return {0x80, value, direction}; }
+
+// START, bytes with their clocked acknowledges, STOP, in STANDARD mode; k as the rate asks.
+Bytes FastStart(unsigned k, uint8_t before, uint8_t direction = 0x13) {
+  return Times(1 + 4 * k, Step(before | 0x02, direction)) + Times(3 * k, Step(0x03, direction)) +
+         Times(1 + 6 * k, Step(0x01, direction)) + Step(0x00, direction);
+}
+Bytes FastBytes(const Bytes& bytes) {
+  Bytes all;
+  for (const uint8_t byte : bytes) all = all + Bytes{0x11, 0x00, 0x00, byte, 0x13, 0x00, 0xFF};
+  return all + Step(0x02) + Times(3, Step(0x00));
+}
+Bytes FastStop() {
+  return Times(4, Step(0x00)) + Times(7, Step(0x01)) + Times(4, Step(0x03)) + Step(0x03, 0x10);
+}
+// `before` is the value of SCL that the shadow holds from earlier.
+Bytes Transaction(const Bytes& bytes, uint8_t before = 0x01, unsigned k = 10) {
+  return FastStart(k, before) + FastBytes(bytes) + FastStop();
+}
+
+class FtdiBoards : public FtdiTest {
+ protected:
+  static constexpr uint8_t kType = BRISK_DEVICE_FTDI;
+
+  FtdiBoards() { Select("ft2232c", 1); }
+
+  static void Select(const std::string& adapters, int boards, const std::string& more = "") {
+    Connect(adapters, more);
+    EXPECT_EQ(BriskSetDevice(kType), boards);
+    Forget();
+  }
+  // Address byte first.
+  static uint32_t Write(const Bytes& bytes) {
+    return I2cWriteData(bytes[0], bytes.data() + 1, static_cast<uint32_t>(bytes.size()) - 1,
+                        nullptr, 0);
+  }
+  static uint32_t Read(const Bytes& command, Bytes* data) {
+    return I2cReadData(command[0], command.data() + 1, static_cast<uint32_t>(command.size()) - 1,
+                       data->data(), static_cast<uint32_t>(data->size()));
+  }
+  static Writes Sent(const char* name = kFullSpeed) { return host().TakeWrites(name); }
+
+  // Waits, in real time, for the deferred writes to leave.
+  static Writes SentSoon(const char* name = kFullSpeed) {
+    for (int i = 0; i < 5000; ++i) {
+      Writes sent = Sent(name);
+      if (!sent.empty()) return sent;
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return {};
+  }
+  // While this lives, the deferring thread cannot act.
+  struct Held {
+    std::lock_guard<std::recursive_mutex> lock{ftdi::EngineOwner::Instance().lock()};
+  };
+};
+
+TEST_F(FtdiBoards, LengthOfTheFastStart) {
+  EXPECT_EQ(FastStart(10, 0x01).size(), 133u * 3);
+  EXPECT_EQ(Write({0xF4, 0x10, 0x55}), 1u);
+  EXPECT_EQ(Sent(), (Writes{Transaction({0xF4, 0x10, 0x55})}));
+  I2cSetClockRate(150);
+  Forget();
+  EXPECT_EQ(Write({0xF4, 0x10, 0x55}), 1u);
+  EXPECT_EQ(Sent(), (Writes{Transaction({0xF4, 0x10, 0x55}, 0x01, 1)}));
+  EXPECT_EQ(bench().board().controller().Register(0x10), 0x55);
+}
+
+TEST_F(FtdiBoards, ThreeShortWritesShareATransferAfterTenMilliseconds) {
+  const uint64_t began = Milliseconds();
+  {
+    const Held held;
+    for (uint8_t i = 0; i < 3; ++i) EXPECT_EQ(Write({0x20, i, 0x33}), 1u);
+    EXPECT_TRUE(Sent().empty());
+  }
+  EXPECT_EQ(SentSoon(), (Writes{Transaction({0x20, 0, 0x33}) + Transaction({0x20, 1, 0x33}) +
+                                Transaction({0x20, 2, 0x33})}));
+  EXPECT_GE(Milliseconds() - began, 10u);
+}
+
+TEST_F(FtdiBoards, TenShortWritesWaitForNothing) {
+  Bytes all;
+  const uint64_t before = host().calls("FT_Write");
+  {
+    const Held held;
+    for (uint8_t i = 0; i < 10; ++i) {
+      EXPECT_EQ(Write({0x20, i}), 1u);
+      all = all + Transaction({0x20, i});
+    }
+  }
+  // Longer than a piece: two calls.
+  EXPECT_GT(all.size(), 4096u);
+  EXPECT_EQ(Joined(SentSoon()), all);
+  EXPECT_EQ(host().calls("FT_Write") - before, (all.size() + 4095) / 4096);
+}
+
+TEST_F(FtdiBoards, ARunOfTenAtAHighRateIsOneTransfer) {
+  I2cSetClockRate(200);
+  Forget();
+  const uint64_t before = host().calls("FT_Write");
+  {
+    const Held held;
+    for (uint8_t i = 0; i < 10; ++i) EXPECT_EQ(Write({0x20, i}), 1u);
+  }
+  EXPECT_EQ(SentSoon().size(), 1u);
+  EXPECT_EQ(host().calls("FT_Write") - before, 1u);
+}
+
+TEST_F(FtdiBoards, WhatGoesAtOnceTakesAlongWhatWaits) {
+  const Bytes longWrite = Bytes{0x20} + RandomBytes(300);
+  const struct {
+    Bytes bytes;
+    bool atOnce;
+  } kCases[] = {{{0x6E, 0x01}, true},        {{0xF4}, true},
+                {{0x6F, 0x01}, false},       {{0xF5, 0x01}, false},
+                {{0x10, 0xE1, 0x08}, true},  {{0x10, 0xE1, 0x10, 0x99}, true},
+                {{0x10, 0xE1, 0x09}, false}, {{0x10, 0xE1}, false},
+                {{0x10, 0xE0, 0x08}, false}};
+  for (const auto& [bytes, atOnce] : kCases) {
+    Select("ft2232c", 1);
+    const Held held;
+    EXPECT_EQ(Write({0x20, 1}), 1u);
+    EXPECT_EQ(Write({0x22, 2}), 1u);
+    EXPECT_EQ(Write(bytes), 1u);
+    const Bytes all = Transaction({0x20, 1}) + Transaction({0x22, 2}) + Transaction(bytes);
+    EXPECT_EQ(Sent(), atOnce ? Writes{all} : Writes{}) << int{bytes[1]};
+  }
+  // More than 300 bytes: what waits goes first, the long one by itself.
+  Select("ft2232c", 1);
+  const Held held;
+  EXPECT_EQ(Write({0x20, 1}), 1u);
+  EXPECT_EQ(Write({0x22, 2}), 1u);
+  EXPECT_EQ(Write(longWrite), 1u);
+  const Writes sent = Sent();
+  ASSERT_EQ(sent.size(), 3u);
+  EXPECT_EQ(sent[0], Transaction({0x20, 1}) + Transaction({0x22, 2}));
+  EXPECT_EQ(sent[1].size(), 133u * 3 + 256 * 7);
+  EXPECT_EQ(sent[1] + sent[2], Transaction(longWrite));
+}
+
+TEST_F(FtdiBoards, NothingDeferredIsLost) {
+  uint32_t frequency = 0;
+  const GpioPins pins{};
+  const uint32_t handle = OpenFullSpeed();
+  uint8_t byte = 0;
+  const std::vector<std::function<void()>> kIntruders = {
+      [] { I2cSetClockRate(100); },
+      [] { SetPortVal(0, 0); },
+      [] { SPIInit(); },
+      [&] { I2C_SetGPIOs(handle, &pins); },
+      [&] { I2C_SetClock(handle, 60, &frequency); },
+      [&] { I2cReadData(0xF4, &byte, 1, &byte, 1); },
+      [&] { I2C_Close(handle); }};
+  for (size_t i = 0; i < kIntruders.size(); ++i) {
+    const Held held;
+    EXPECT_EQ(Write({0xA0, 0x05, static_cast<uint8_t>(0x40 + i)}), 1u);
+    EXPECT_TRUE(Sent().empty());
+    kIntruders[i]();
+    const Writes sent = Sent();
+    ASSERT_FALSE(sent.empty()) << i;
+    EXPECT_EQ(sent[0].size(), Transaction({0xA0, 0x05, 0x40}).size()) << i;
+    EXPECT_EQ(bench().board().eeprom().Byte(5), 0x40 + i);
+    bench().clock().Advance(10'000'000);  // the EEPROM's write time
+  }
+  Select("ft2232c", 1);
+  EXPECT_EQ(Write({0xA0, 0x05, 0x77}), 1u);
+  EXPECT_EQ(BriskSetDevice(kType), 1);
+  EXPECT_EQ(bench().board().eeprom().Byte(5), 0x77);
+}
+
+TEST_F(FtdiBoards, EveryBoardGetsItsOwnDeferredWrites) {
+  Select("ft2232c+ft2232c-2", 2);
+  {
+    const Held held;
+    for (uint8_t i = 0; i < 3; ++i) EXPECT_EQ(Write({0x20, i}), 1u);
+  }
+  // Both boards share one set of pin shadows, so both see what a single board would.
+  const Bytes all = Transaction({0x20, 0}) + Transaction({0x20, 1}) + Transaction({0x20, 2});
+  EXPECT_EQ(SentSoon(kFullSpeed), (Writes{all}));
+  EXPECT_EQ(SentSoon(kSecond), (Writes{all}));
+}
+
+TEST_F(FtdiBoards, OnceOnTheRealClock) {
+  Select("ft2232c", 1, ",clock=real");
+  const auto began = std::chrono::steady_clock::now();
+  for (uint8_t i = 0; i < 3; ++i) EXPECT_EQ(Write({0x20, i}), 1u);
+  const Writes sent = SentSoon();
+  const auto took = std::chrono::steady_clock::now() - began;
+  EXPECT_GE(took, std::chrono::milliseconds(10));
+  // On a busy machine the writes may have come in two runs; none is lost or reordered.
+  EXPECT_EQ(Joined(sent).size() % Transaction({0x20, 0}).size(), 0u);
+  if (took < std::chrono::milliseconds(20)) {
+    EXPECT_EQ(sent.size(), 1u);
+  }
+}
+
+TEST_F(FtdiBoards, ReadsOfOneBoard) {
+  Bytes data(2);
+  EXPECT_EQ(Write({0xF4, 0x20, 0x12, 0xFF}), 1u);
+  Forget();
+  EXPECT_EQ(Read({0xF5, 0x20}, &data), 1u);
+  EXPECT_EQ(data, (Bytes{0x12, 0xFF}));
+  const auto byte = [](uint8_t acknowledge) {
+    return Bytes{0x33, 0x07, 0xFF, 0x87} + Step(0x00) + Bytes{0x13, 0x00, acknowledge};
+  };
+  EXPECT_EQ(Sent(), (Writes{FastStart(10, 0x01) + FastBytes({0xF4, 0x20}) + FastStart(10, 0x00) +
+                            FastBytes({0xF5}) + byte(0x00) + byte(0xFF) + FastStop()}));
+  // No register: no write phase.
+  EXPECT_EQ(I2cReadData(0xF4, nullptr, 0, data.data(), 1), 1u);
+  EXPECT_EQ(Sent(), (Writes{FastStart(10, 0x01) + FastBytes({0xF5}) + byte(0xFF) + FastStop()}));
+  // Nothing to read: START, address, STOP.
+  data = {0x5A, 0x5A};
+  EXPECT_EQ(I2cReadData(0xF4, nullptr, 0, data.data(), 0), 1u);
+  EXPECT_EQ(Sent(), (Writes{FastStart(10, 0x01) + FastBytes({0xF5}) + FastStop()}));
+  EXPECT_EQ(data, (Bytes{0x5A, 0x5A}));
+}
+
+TEST_F(FtdiBoards, LongReadsComeInBlocks) {
+  Bytes content = RandomBytes(256);
+  for (unsigned i = 0; i < 256; ++i) {
+    bench().board().controller().SetRegister(static_cast<uint8_t>(i), content[i]);
+  }
+  for (const size_t count : {255u, 256u, 300u, 512u}) {
+    Bytes data(count);
+    EXPECT_EQ(Read({0xF4, 0x00}, &data), 1u);
+    for (size_t i = 0; i < count; ++i) ASSERT_EQ(data[i], content[i % 256]) << count << ": " << i;
+    EXPECT_EQ(Sent().size(), count == 255 ? 1u : 1 + count / 256);
+  }
+}
+
+TEST_F(FtdiBoards, ReadsOfTwoBoardsAreCombined) {
+  Select("ft2232c+ft2232c-2", 2);
+  auto* second = dynamic_cast<sim::FtdiAdapter*>(bench().adapter("ft2232c-2"))->ownBoard();
+  const Bytes first = {0x12, 0x34, 0xFF, 0x01, 0xFF};
+  const Bytes other = {0x13, 0x34, 0x01, 0xFF, 0xFF};
+  for (uint8_t i = 0; i < first.size(); ++i) {
+    bench().board().controller().SetRegister(static_cast<uint8_t>(0x20 + i), first[i]);
+    second->controller().SetRegister(static_cast<uint8_t>(0x20 + i), other[i]);
+  }
+  Bytes data(first.size());
+  EXPECT_EQ(Read({0xF4, 0x20}, &data), 1u);
+  EXPECT_EQ(data, (Bytes{0x12, 0x34, 0x00, 0x00, 0x00}));
+  // The last board decides; one that fails leaves what the others said.
+  host().Unplug(kSecond);
+  EXPECT_EQ(Read({0xF4, 0x20}, &data), 0u);
+  EXPECT_EQ(data, (Bytes{0x12, 0x34, 0x00, 0x01, 0x00}));
+  EXPECT_EQ(Write({0xF4, 0x20, 0x01}), 0u);
+}
+
+TEST_F(FtdiBoards, RatesAndPins) {
+  const struct {
+    uint32_t kHz;
+    uint8_t plain;
+    uint8_t talvo;
+  } kCases[] = {{400, 30, 20}, {100, 60, 60}, {7000, 30, 20}, {250, 30, 24}, {200, 30, 30}};
+  for (const bool talvo : {false, true}) {
+    Select(talvo ? "talvo" : "ft2232c", 1);
+    const char* name = talvo ? kTalvo : kFullSpeed;
+    for (const auto& given : kCases) {
+      I2cSetClockRate(given.kHz);
+      EXPECT_EQ(Sent(name), (Writes{{0x86, talvo ? given.talvo : given.plain, 0x00}}));
+    }
+    I2cSetClockRate(0);  // as 1
+    EXPECT_EQ(Sent(name), (Writes{{0x86, 0x70, 0x17}}));
+    EXPECT_EQ(SetPortVal(0xF5, 0xFA), 1u);
+    EXPECT_EQ(Sent(name), (Writes{{0x82, 0x0A, 0x05}}));
+  }
+}
+
+TEST_F(FtdiBoards, NoBoard) {
+  Select("none", 0);
+  Bytes data(2, 0x00);
+  EXPECT_EQ(Write({0x20, 1}), 0u);
+  EXPECT_EQ(Read({0x20, 1}, &data), 0u);
+  EXPECT_EQ(data, (Bytes{0xFF, 0xFF}));
+  EXPECT_EQ(SetPortVal(1, 1), 1u);
+  EXPECT_EQ(SPIReadID(), 0u);
+  EXPECT_EQ(I2cWriteData(0x20, nullptr, 1, nullptr, 0), 0u);
+  EXPECT_EQ(I2cReadData(0x20, nullptr, 0, nullptr, 1), 0u);
+}
+
+TEST_F(FtdiBoards, AFailedOpenKeepsItsPlace) {
+  Connect("ft2232c+ft2232c-2");
+  bench().SetFault("d2xx-fails:FT_OpenEx@2");
+  EXPECT_EQ(BriskSetDevice(kType), 2);
+  bench().ClearFaults();
+  Forget();
+  EXPECT_EQ(Write({0xF4, 0x20, 0x44}), 0u);  // the last one's result
+  EXPECT_EQ(bench().board().controller().Register(0x20), 0x44);
+  EXPECT_EQ(SPIReadID(), 0xEF4016u);
+  EXPECT_EQ(BriskSetDevice(kType), 2);
+  EXPECT_EQ(Write({0xF4, 0x20, 0x45}), 1u);
+}
+
+// Each in turn, the bus goes away at some call of a session; nothing hangs, and after plugging in
+// again a connect finds a working board.
+TEST_F(FtdiBoards, UnpluggedAtAnyMoment) {
+  for (int call = 1; call <= 120; call += 7) {
+    Connect("ft2232c");
+    bench().SetFault("ftdi-unplug@" + std::to_string(call));
+    const uint64_t began = Milliseconds();
+    BriskSetDevice(kType);
+    Bytes data(300);
+    Write({0xF4, 0x20, 0x44});
+    Read({0xF4, 0x20}, &data);
+    const uint32_t id = SPIReadID();
+    const uint32_t last = Write({0xF4, 0x20, 0x44});
+    if (host().Find(kFullSpeed)->unplugged) {
+      EXPECT_EQ(last, 0u) << call;
+      EXPECT_NE(id, 0xFFFFFFu);
+    }
+    EXPECT_LT(Milliseconds() - began, 11'000u);
+    bench().ClearFaults();
+    host().Replug(kFullSpeed);
+    EXPECT_EQ(BriskSetDevice(kType), 1) << call;
+    EXPECT_EQ(Write({0xF4, 0x20, 0x44}), 1u) << call;
+  }
+}
+
+TEST_F(FtdiBoards, ASilentBoardCostsOneTimeOut) {
+  TemporaryFolder folder;
+  bench().SetFault("ftdi-no-answers");
+  uint64_t began = Milliseconds();
+  Bytes data(1000);
+  EXPECT_EQ(Read({0xF4, 0x20}, &data), 0u);
+  EXPECT_EQ(data, Bytes(1000, 0xFF));
+  EXPECT_LT(Milliseconds() - began, 5200u);
+  began = Milliseconds();
+  EXPECT_EQ(SPIReadID(), 0u);
+  EXPECT_LT(Milliseconds() - began, 5200u);
+  began = Milliseconds();
+  EXPECT_LT(SPIProgramToFile(0, 0x100000, folder.File("out.bin").c_str()), 0x100000u);
+  EXPECT_LT(Milliseconds() - began, 5200u);
+}
+
+// The same operations on the parallel port give the same flash.
+TEST_F(FtdiBoards, FlashAsOnTheParallelPort) {
+  TemporaryFolder folder;
+  const Bytes image = RandomBytes(700);
+  const std::string in = folder.File("in.bin");
+  const std::string out = folder.File("out.bin");
+  WriteFile(in, image);
+  std::vector<Bytes> memories;
+  for (const uint8_t type : {BRISK_DEVICE_LPT, BRISK_DEVICE_FTDI}) {
+    Connect("lpt+ft2232c", ",flash=w25q16");
+    BriskSetDevice(type);
+    SPIInit();
+    EXPECT_EQ(SPIReadID(), 0xEF4015u);
+    EXPECT_EQ(SPIProgramFromFile(0x1000, 700, in.c_str(), 1), 700u);
+    EXPECT_EQ(SPIGetProgress(), 100u);
+    EXPECT_EQ(SPIProgramToFile(0x1000, 700, out.c_str()), 700u);
+    EXPECT_EQ(ReadFile(out), image);
+    uint32_t byte = 0;
+    SPIReadByte(0x1001, &byte);
+    EXPECT_EQ(byte, image[1]);
+    SPIWriteByte(0x1001, 0xA5);
+    SPIReadByte(0x1001, &byte);
+    EXPECT_EQ(byte, 0xA5u);
+    const auto memory = bench().board().flash()->memory();
+    memories.emplace_back(memory.begin(), memory.end());
+  }
+  EXPECT_EQ(memories[0], memories[1]);
+}
+
+TEST_F(FtdiBoards, TwoFlashesAtOnce) {
+  TemporaryFolder folder;
+  const Bytes image = RandomBytes(300, 9);
+  WriteFile(folder.File("in.bin"), image);
+  Select("ft2232c+ft2232c-2", 2, ",flash=w25q16");
+  auto* second = dynamic_cast<sim::FtdiAdapter*>(bench().adapter("ft2232c-2"))->ownBoard();
+  EXPECT_EQ(SPIProgramFromFile(0x200, 300, folder.File("in.bin").c_str(), 0), 300u);
+  for (sim::Board* board : {&bench().board(), second}) {
+    const auto begin = board->flash()->memory().begin() + 0x200;
+    EXPECT_EQ(Bytes(begin, begin + 300), image);
+  }
+}
+
+}  // namespace
+}  // namespace brisk

@@ -1,0 +1,333 @@
+// The bytes that each operation sends over USB, transfer by transfer, written down from the data
+// sheets' command descriptions. Values: 01 SCL, 02 SDA, 10 GPIOL0.
+#include <gtest/gtest.h>
+#include <string>
+
+#include "support/ftdi_bench.h"
+
+namespace brisk {
+namespace {
+
+const Bytes kReadAck = {0x80, 0x00, 0x11, 0x27, 0x00, 0x87};  // value as after START
+const Bytes kDriveSda = {0x80, 0x00, 0x13};
+
+Bytes Step(uint8_t value, uint8_t direction = 0x13) { return {0x80, value, direction}; }
+Bytes Start(unsigned hold, unsigned low, uint8_t gpio = 0) {
+  return Times(hold, Step(0x03 | gpio)) + Times(low, Step(0x01 | gpio)) + Step(gpio);
+}
+Bytes Stop(unsigned low, unsigned high, uint8_t gpio = 0) {
+  return Times(low, Step(0x01 | gpio)) + Times(high, Step(0x03 | gpio)) + Step(0x03 | gpio, 0x10);
+}
+Bytes Out(uint8_t byte) { return {0x11, 0x00, 0x00, byte}; }
+
+class FtdiBytes : public FtdiTest {
+ protected:
+  FtdiBytes() { Connect("ft2232c"); }
+  static Writes Sent(const char* name = kFullSpeed) { return host().TakeWrites(name); }
+};
+
+TEST_F(FtdiBytes, Initialise) {
+  const uint32_t handle = OpenFullSpeed();
+  const uint64_t began = Milliseconds();
+  EXPECT_EQ(I2C_InitDevice(handle, 0x1234), 0u);
+  Writes sent = Sent();
+  // The first command is repeated until its echo is there.
+  size_t repeated = 0;
+  while (repeated < sent.size() && sent[repeated] == Bytes{0xAA}) ++repeated;
+  EXPECT_GE(repeated, 1u);
+  sent.erase(sent.begin(), sent.begin() + static_cast<std::ptrdiff_t>(repeated));
+  EXPECT_EQ(sent, (Writes{{0xAB},
+                          {0x80, 0x13, 0x13, 0x82, 0x0F, 0x0F},
+                          {0x86, 0x34, 0x12},
+                          {0x85},
+                          {0x82, 0x00, 0x03}}));
+  EXPECT_GE(Milliseconds() - began, 100u);
+  uint8_t latency = 0;
+  EXPECT_EQ(I2C_GetDeviceLatencyTimer(handle, &latency), 0u);
+  EXPECT_EQ(latency, 2u);
+  for (const char* once : {"FT_ResetDevice", "FT_SetUSBParameters", "FT_SetChars", "FT_SetTimeouts",
+                           "FT_SetLatencyTimer"}) {
+    EXPECT_EQ(host().calls(once), 1u) << once;
+  }
+  EXPECT_EQ(host().calls("FT_SetBitMode"), 2u);
+}
+
+TEST_F(FtdiBytes, InitialiseRefusesADivisor) {
+  EXPECT_EQ(I2C_InitDevice(OpenFullSpeed(), 65536), 34u);
+  EXPECT_TRUE(Sent().empty());
+  Connect("ft2232h");
+  EXPECT_EQ(I2C_InitDevice(OpenHiSpeed(), 65536), 34u);
+  EXPECT_EQ(Sent(kHiSpeed), (Writes{{0x8A}, {0x97}, {0x8D}}));
+}
+
+TEST_F(FtdiBytes, InitialiseStopsAtTheFirstFailureButSetsThePins) {
+  const struct {
+    const char* fault;
+    uint32_t status;
+  } kCases[] = {{"d2xx-fails:FT_ResetDevice", 4},
+                {"d2xx-fails:FT_SetUSBParameters", 4},
+                {"d2xx-fails:FT_SetChars", 4},
+                {"d2xx-fails:FT_SetTimeouts", 4},
+                {"d2xx-fails:FT_SetLatencyTimer", 4},
+                {"d2xx-fails:FT_SetBitMode@2", 4},
+                {"ftdi-no-answers", 21}};
+  for (const auto& [fault, status] : kCases) {
+    Connect("ft2232c");
+    const uint32_t handle = OpenFullSpeed();
+    EXPECT_EQ(bench().SetFault(fault), "");
+    const uint64_t began = Milliseconds();
+    EXPECT_EQ(I2C_InitDevice(handle, 59), status) << fault;
+    EXPECT_LT(Milliseconds() - began, 6000u);
+    const Writes sent = Sent();
+    ASSERT_FALSE(sent.empty());
+    EXPECT_EQ(sent.back(), (Bytes{0x82, 0x00, 0x03})) << fault;
+  }
+  // A flush that fails in the echo test is a failed synchronisation, too.
+  Connect("ft2232c");
+  const uint32_t handle = OpenFullSpeed();
+  bench().SetFault("d2xx-fails:FT_Write@1");
+  EXPECT_EQ(I2C_InitDevice(handle, 59), 21u);
+}
+
+// Controls of one write in every mode and at both speeds.
+TEST_F(FtdiBytes, WriteWithoutAcknowledge) {
+  const struct {
+    bool hiSpeed;
+    uint32_t mode;
+    Bytes start;
+    Bytes stop;
+  } kCases[] = {
+      {false, I2C_FAST_MODE, Start(1, 1), Stop(1, 1)},
+      {false, I2C_STANDARD_MODE, Start(1, 4), Stop(4, 1)},
+      {true, I2C_FAST_MODE, Start(4, 4), Stop(4, 4)},
+      {true, I2C_STANDARD_MODE, Start(4, 7), Stop(7, 4)},
+  };
+  EXPECT_EQ(Start(1, 1).size(), 9u);
+  EXPECT_EQ(Start(1, 4).size(), 18u);
+  for (const auto& given : kCases) {
+    Connect(given.hiSpeed ? "ft2232h" : "ft2232c");
+    const char* name = given.hiSpeed ? kHiSpeed : kFullSpeed;
+    const uint32_t handle = Ready(given.hiSpeed ? OpenHiSpeed() : OpenFullSpeed());
+    EXPECT_EQ(I2C_SetMode(handle, given.mode), 0u);
+    const uint8_t control[] = {0xA0, 0x10};
+    const uint8_t data[] = {0x55, 0x66};
+    EXPECT_EQ(I2C_Write(handle, control, 2, 0, 10, 1, I2C_BYTE_WRITE_TYPE, data, 2, 0, 10, nullptr),
+              0u);
+    EXPECT_EQ(Sent(name),
+              (Writes{given.start + Out(0xA0), Out(0x10), Out(0x55), given.stop, Step(0x03)}));
+  }
+}
+
+TEST_F(FtdiBytes, WriteWithAcknowledges) {
+  const uint32_t handle = Ready(OpenFullSpeed());
+  const uint8_t control[] = {0xF4, 0x10};
+  const uint8_t data[] = {0x55, 0x66, 0x77};
+  const PageWriteRecord pages = {1, 3};
+  // A page is acknowledged whatever the argument says.
+  EXPECT_EQ(I2C_Write(handle, control, 2, 1, 10, 1, I2C_PAGE_WRITE_TYPE, data, 3, 0, 10, &pages),
+            0u);
+  EXPECT_EQ(Sent(), (Writes{Start(1, 1) + Out(0xF4) + kReadAck, kDriveSda, Out(0x10) + kReadAck,
+                            kDriveSda, Out(0x55) + kReadAck, kDriveSda, Out(0x66) + kReadAck,
+                            kDriveSda, Out(0x77) + kReadAck, kDriveSda, Stop(1, 1), Step(0x03)}));
+  // Only the first byte of a byte write.
+  EXPECT_EQ(I2C_Write(handle, control, 1, 1, 10, 0, I2C_BYTE_WRITE_TYPE, data, 3, 1, 10, nullptr),
+            0u);
+  EXPECT_EQ(Sent(), (Writes{Start(1, 1) + Out(0xF4) + kReadAck, kDriveSda, Out(0x55) + kReadAck,
+                            kDriveSda}));
+  EXPECT_EQ(I2C_Write(handle, control, 1, 1, 10, 1, I2C_NO_WRITE_TYPE, nullptr, 0, 1, 10, nullptr),
+            0u);
+  EXPECT_EQ(Sent(),
+            (Writes{Start(1, 1) + Out(0xF4) + kReadAck, kDriveSda, Stop(1, 1), Step(0x03)}));
+}
+
+TEST_F(FtdiBytes, StretchDataSendsBits) {
+  const uint32_t handle = Ready(OpenFullSpeed());
+  EXPECT_EQ(I2C_SetMode(handle, I2C_STRETCH_DATA_MODE), 0u);
+  const uint8_t control[] = {0xA1};
+  EXPECT_EQ(I2C_Write(handle, control, 1, 0, 10, 0, 0, nullptr, 0, 0, 0, nullptr), 0u);
+  const Bytes one = {0x13, 0x00, 0xFF, 0x80, 0x02, 0x03};
+  const Bytes zero = {0x13, 0x00, 0x00, 0x80, 0x00, 0x03};
+  EXPECT_EQ(Sent(), (Writes{Start(1, 1) + one + zero + one + Times(4, zero) + one}));
+}
+
+TEST_F(FtdiBytes, MissingAcknowledges) {
+  const uint32_t handle = Ready(OpenFullSpeed());
+  const uint8_t nobody[] = {0x44, 0x10};
+  const uint8_t control[] = {0xF4, 0x10};
+  const uint8_t data[] = {0x55};
+  uint64_t began = Milliseconds();
+  EXPECT_EQ(I2C_Write(handle, nobody, 2, 1, 300, 1, 0, nullptr, 0, 0, 0, nullptr), 39u);
+  EXPECT_GE(Milliseconds() - began, 300u);
+  EXPECT_LT(Milliseconds() - began, 310u);
+  // It ends there, without STOP.
+  EXPECT_EQ(Sent(), (Writes{Start(1, 1) + Out(0x44) + kReadAck}));
+  bench().SetFault("nak:controller@3");
+  began = Milliseconds();
+  EXPECT_EQ(I2C_Write(handle, control, 2, 1, 10, 1, 1, data, 1, 1, 40, nullptr), 42u);
+  EXPECT_GE(Milliseconds() - began, 40u);
+  bench().ClearFaults();
+  uint8_t read[1] = {};
+  uint8_t address[] = {0x45};
+  EXPECT_EQ(I2C_Read(handle, address, 1, 1, 10, I2C_BYTE_READ_TYPE, read, 1), 39u);
+  EXPECT_EQ(address[0], 0x44);
+  // The next transaction recovers the bus.
+  EXPECT_EQ(I2C_Write(handle, control, 2, 1, 10, 1, 1, data, 1, 1, 40, nullptr), 0u);
+}
+
+TEST_F(FtdiBytes, Reads) {
+  const uint32_t handle = Ready(OpenFullSpeed());
+  uint8_t control[] = {0xF5, 0x10};
+  const uint8_t values[] = {0x12, 0x34};
+  uint8_t read[3] = {0xEE, 0xEE, 0xEE};
+  const PageWriteRecord pages = {1, 2};
+  EXPECT_EQ(
+      I2C_Write(handle, (control[0] = 0xF4, control), 2, 1, 10, 1, 2, values, 2, 1, 10, &pages),
+      0u);
+  Forget();
+  const Bytes ack = {0x80, 0x10, 0x11, 0x27, 0x00, 0x87};
+  const Bytes drive = {0x80, 0x10, 0x13};
+  const Writes address = {
+      Start(1, 1) + Out(0xF4) + kReadAck,  kDriveSda, Out(0x10) + kReadAck, kDriveSda,
+      Start(1, 1, 0x10) + Out(0xF5) + ack, drive};
+  auto after = [&](const Writes& more) {
+    Writes all = address;
+    all.insert(all.end(), more.begin(), more.end());
+    return all;
+  };
+  const Bytes readByte = Step(0x10, 0x11) + Bytes{0x25, 0x00, 0x00, 0x87};
+  EXPECT_EQ(I2C_Read(handle, control, 2, 1, 10, I2C_BLOCK_READ_TYPE, read, 2), 0u);
+  EXPECT_EQ(Sent(),
+            after({readByte, drive, {0x13, 0x00, 0x00}, readByte, drive, Stop(1, 1, 0x10)}));
+  EXPECT_EQ(Bytes(read, read + 3), (Bytes{0x12, 0x34, 0xEE}));
+  EXPECT_EQ(control[0], 0xF5);
+
+  read[1] = 0xEE;
+  EXPECT_EQ(I2C_Read(handle, control, 2, 1, 10, I2C_BYTE_READ_TYPE, read, 2), 0u);
+  EXPECT_EQ(Sent(), after({Step(0x10, 0x11) + Bytes{0x25, 0x00, 0x00, 0x27, 0x00, 0x87}, drive,
+                           Stop(1, 1, 0x10)}));
+  EXPECT_EQ(Bytes(read, read + 2), (Bytes{0x12, 0xEE}));
+  // Without control acknowledges the repeated address is not waited for either.
+  EXPECT_EQ(I2C_Read(handle, control, 1, 0, 10, I2C_BYTE_READ_TYPE, read, 1), 0u);
+  EXPECT_EQ(Sent()[1], Start(1, 1, 0x10) + Out(0xF5));
+}
+
+TEST_F(FtdiBytes, AnswersThatNeverCome) {
+  const uint32_t handle = Ready(OpenFullSpeed());
+  bench().SetFault("ftdi-no-answers");
+  uint8_t control[] = {0xF4};
+  uint8_t read[1] = {};
+  GpioLevels levels{};
+  for (int i = 0; i < 2; ++i) {
+    const uint64_t began = Milliseconds();
+    EXPECT_EQ(i == 0 ? I2C_Read(handle, control, 1, 0, 10, I2C_BYTE_READ_TYPE, read, 1)
+                     : I2C_GetGPIOs(handle, &levels),
+              20u);
+    EXPECT_GE(Milliseconds() - began, 5000u);
+    EXPECT_LT(Milliseconds() - began, 5100u);
+  }
+}
+
+TEST_F(FtdiBytes, Pins) {
+  const uint32_t handle = Ready(OpenFullSpeed());
+  const GpioPins pins = {{{1, 0}, {0, 1}, {0, 0}, {1, 1}}};
+  EXPECT_EQ(I2C_SetGPIOs(handle, &pins), 0u);
+  EXPECT_EQ(Sent(), (Writes{{0x82, 0x0A, 0x09}}));
+  GpioLevels levels{};
+  EXPECT_EQ(I2C_GetGPIOs(handle, &levels), 0u);
+  EXPECT_EQ(Sent(), (Writes{{0x83, 0x87}}));
+  EXPECT_EQ(Bytes(levels.high, levels.high + 4), (Bytes{0, 1, 1, 1}));
+  EXPECT_EQ(I2C_SetLoopback(handle, 5), 0u);
+  EXPECT_TRUE(host().Find(kFullSpeed)->mpsse().loopback());
+  EXPECT_EQ(I2C_SetLoopback(handle, 0), 0u);
+  EXPECT_EQ(Sent(), (Writes{{0x84}, {0x85}}));
+  const FinalStatePins nothing{};
+  const FinalStatePins some = {1, 0, 0, 1, 1, 1};
+  EXPECT_EQ(I2C_CloseDevice(Ready(handle), &nothing), 0u);
+  EXPECT_TRUE(Sent().empty());
+  // The value as Initialise left it with SCL low and chip select high; every changed pin an output.
+  EXPECT_EQ(I2C_CloseDevice(Ready(OpenFullSpeed()), &some), 0u);
+  EXPECT_EQ(Sent(), (Writes{{0x80, 0x1A, 0x09}}));
+}
+
+TEST_F(FtdiBytes, HiSpeedPins) {
+  Connect("ft2232h");
+  const uint32_t handle = Ready(OpenHiSpeed());
+  const HiSpeedLowGpioPins none{};
+  const HiSpeedLowGpioPins low = {{{0, 0}, {1, 0}, {0, 1}, {1, 1}}};
+  const HiSpeedHighGpioPins high = {
+      {{1, 1}, {0, 0}, {0, 0}, {0, 0}, {0, 0}, {0, 0}, {0, 1}, {1, 0}}};
+  EXPECT_EQ(I2C_SetHiSpeedDeviceGPIOs(handle, 1, &none, 0, &high), 0u);
+  EXPECT_EQ(Sent(kHiSpeed), (Writes{{0x80, 0x13, 0x10}}));
+  EXPECT_EQ(I2C_SetHiSpeedDeviceGPIOs(handle, 1, &low, 1, &high), 0u);
+  EXPECT_EQ(Sent(kHiSpeed), (Writes{{0x80, 0xD3, 0xB0}, {0x82, 0x41, 0x81}}));
+  HiSpeedLowGpioLevels lowLevels{};
+  HiSpeedHighGpioLevels highLevels{};
+  EXPECT_EQ(I2C_GetHiSpeedDeviceGPIOs(handle, 1, &lowLevels, 1, &highLevels), 0u);
+  EXPECT_EQ(Sent(kHiSpeed), (Writes{{0x81, 0x87}, {0x83, 0x87}}));
+  EXPECT_EQ(Bytes(lowLevels.high, lowLevels.high + 4), (Bytes{0, 0, 1, 1}));
+  EXPECT_EQ(Bytes(highLevels.high, highLevels.high + 8), (Bytes{1, 1, 1, 1, 1, 1, 1, 0}));
+  EXPECT_EQ(I2C_TurnOnThreePhaseDataClockingHiSpeedDevice(handle), 0u);
+  EXPECT_EQ(I2C_TurnOffThreePhaseDataClockingHiSpeedDevice(handle), 0u);
+  EXPECT_EQ(Sent(kHiSpeed), (Writes{{0x96}, {0x97}}));
+
+  Connect("ft4232h");
+  const uint32_t quad = Ready(OpenHiSpeed(kQuad, 0x51));
+  EXPECT_EQ(I2C_SetHiSpeedDeviceGPIOs(quad, 0, &low, 1, &high), 0u);
+  EXPECT_EQ(I2C_GetHiSpeedDeviceGPIOs(quad, 0, &lowLevels, 1, &highLevels), 0u);
+  EXPECT_TRUE(Sent(kQuad).empty());
+}
+
+// The engine's queue: pieces of 4096, and what becomes of short writes.
+TEST_F(FtdiBytes, FlushLengths) {
+  ftdi::EngineOwner& owner = ftdi::EngineOwner::Instance();
+  const uint32_t handle = Ready(OpenFullSpeed());
+  ftdi::CMpsseI2c& engine = owner.engine();
+  auto flush = [&](size_t count) {
+    Bytes bytes(count, 0x85);
+    const uint32_t status = engine.SendCommands(handle, bytes);
+    std::vector<size_t> lengths;
+    for (const Bytes& sent : Sent()) lengths.push_back(sent.size());
+    return std::pair(status, lengths);
+  };
+  using Result = std::pair<uint32_t, std::vector<size_t>>;
+  EXPECT_EQ(flush(4096), Result(0, {4096}));
+  EXPECT_EQ(flush(4097), Result(0, {4096, 1}));
+  EXPECT_EQ(flush(10000), Result(0, {4096, 4096, 1808}));
+  EXPECT_EQ(flush(0), Result(0, {}));
+  bench().SetFault("d2xx-short-write:3000");
+  EXPECT_EQ(flush(4096), Result(0, {3000}));  // one piece: the rest is lost
+  EXPECT_EQ(flush(7000), Result(0, {3000, 3000, 1000}));
+  bench().ClearFaults();
+  bench().SetFault("d2xx-fails:FT_Write@2");
+  EXPECT_EQ(flush(10000), Result(4, {4096}));
+  bench().ClearFaults();
+  bench().SetFault("d2xx-short-write:0");
+  const uint64_t began = Milliseconds();
+  EXPECT_EQ(flush(5000).first, 20u);
+  EXPECT_LT(Milliseconds() - began, 5500u);
+  bench().ClearFaults();
+  EXPECT_EQ(flush(0x20001), Result(5, {}));
+  EXPECT_EQ(flush(1), Result(0, {1}));
+}
+
+TEST_F(FtdiBytes, QueuedReads) {
+  ftdi::CMpsseI2c& engine = ftdi::EngineOwner::Instance().engine();
+  const uint32_t handle = Ready(OpenFullSpeed());
+  const struct {
+    uint32_t bits;
+    Bytes bytes;
+  } kCases[] = {{1, {0x27, 0x00}},
+                {8, {0x25, 0x00, 0x00}},
+                {9, {0x25, 0x00, 0x00, 0x27, 0x00}},
+                {16, {0x25, 0x01, 0x00}},
+                {8 * 257, {0x25, 0x00, 0x01}}};
+  for (const auto& [bits, bytes] : kCases) {
+    engine.ClearQueue();
+    engine.QueueReadBits(bits);
+    EXPECT_EQ(engine.Flush(handle), 0u);
+    EXPECT_EQ(Sent(), (Writes{bytes}));
+  }
+}
+
+}  // namespace
+}  // namespace brisk

@@ -1,0 +1,390 @@
+// The I2C_ functions: searching, opening, checks in their order, messages.
+#include <cstring>
+#include <gtest/gtest.h>
+#include <string>
+
+#include "support/ftdi_bench.h"
+
+namespace brisk {
+namespace {
+
+constexpr uint32_t kBad = 0xDEAD;  // no handle
+
+class FtdiExports : public FtdiTest {
+ protected:
+  FtdiExports() { Connect("ft2232c"); }
+};
+
+TEST_F(FtdiExports, CountingLeavesOutOpenInterfacesAndNamesDoNot) {
+  uint32_t count = 99;
+  EXPECT_EQ(I2C_GetNumDevices(&count), 0u);
+  EXPECT_EQ(count, 1u);  // interface B is none
+  OpenFullSpeed();
+  EXPECT_EQ(I2C_GetNumDevices(&count), 0u);
+  EXPECT_EQ(count, 0u);
+  char name[100] = "";
+  uint32_t location = 0;
+  EXPECT_EQ(I2C_GetDeviceNameLocID(0, name, sizeof name, &location), 0u);
+  EXPECT_STREQ(name, kFullSpeed);
+  EXPECT_EQ(location, 0x21u);
+}
+
+TEST_F(FtdiExports, NameBufferMustBeLongerThanTheName) {
+  char name[100] = "untouched";
+  uint32_t location = 0;
+  const auto length = static_cast<uint32_t>(std::strlen(kFullSpeed));
+  EXPECT_EQ(I2C_GetDeviceNameLocID(0, nullptr, 100, &location), 23u);
+  EXPECT_EQ(I2C_GetDeviceNameLocID(1, name, 100, &location), 22u);
+  EXPECT_EQ(I2C_GetDeviceNameLocID(0, name, length, &location), 24u);
+  EXPECT_STREQ(name, "untouched");
+  EXPECT_EQ(location, 0x21u);
+  EXPECT_EQ(I2C_GetDeviceNameLocID(0, name, length + 1, &location), 0u);
+  EXPECT_STREQ(name, kFullSpeed);
+}
+
+TEST_F(FtdiExports, NothingAttachedAndNoLibrary) {
+  uint32_t count = 7;
+  uint32_t handle = 0;
+  char name[100];
+  host().Unplug(kFullSpeed);
+  EXPECT_EQ(I2C_GetNumDevices(&count), 0u);
+  EXPECT_EQ(count, 0u);
+  EXPECT_EQ(I2C_Open(&handle), 2u);
+  EXPECT_EQ(I2C_GetDeviceNameLocID(0, name, sizeof name, nullptr), 2u);
+
+  Connect("none");
+  count = 7;
+  EXPECT_EQ(I2C_GetNumDevices(&count), 2u);
+  EXPECT_EQ(count, 0u);
+  EXPECT_EQ(I2C_Open(&handle), 2u);
+  EXPECT_EQ(I2C_Close(1), 1u);
+  EXPECT_EQ(I2C_SetDeviceLatencyTimer(1, 2), 1u);
+  EXPECT_NE(DebugText().find("FTDI: no D2XX library: FTD2XX"), std::string::npos);
+}
+
+TEST_F(FtdiExports, OneOpenPerInterface) {
+  const uint32_t first = OpenFullSpeed();
+  EXPECT_EQ(OpenFullSpeed(), first);
+  EXPECT_EQ(host().calls("FT_OpenEx"), 1u);
+  EXPECT_EQ(I2C_Close(first), 0u);
+  EXPECT_EQ(I2C_Close(first), 1u);
+  EXPECT_EQ(I2C_SetMode(first, 1), 1u);
+}
+
+TEST_F(FtdiExports, OpenRefusals) {
+  uint32_t handle = 0;
+  EXPECT_EQ(I2C_OpenEx(nullptr, 0x21, &handle), 23u);
+  EXPECT_EQ(I2C_OpenEx("Dual RS232 B", 0x22, &handle), 25u);
+  EXPECT_EQ(I2C_OpenEx(kFullSpeed, 0x99, &handle), 26u);
+  EXPECT_EQ(I2C_OpenEx(kFullSpeed, 0x21, nullptr), 36u);
+  EXPECT_EQ(host().calls("FT_OpenEx"), 0u);
+  bench().SetFault("d2xx-fails:FT_GetDeviceInfoDetail");
+  EXPECT_EQ(I2C_OpenEx(kFullSpeed, 0x21, &handle), 25u);
+  bench().ClearFaults();
+  bench().SetFault("d2xx-fails:FT_OpenEx");
+  EXPECT_EQ(I2C_OpenEx(kFullSpeed, 0x21, &handle), 4u);
+  bench().ClearFaults();
+  bench().SetFault("d2xx-fails:FT_CreateDeviceInfoList");
+  EXPECT_EQ(I2C_OpenEx(kFullSpeed, 0x21, &handle), 4u);
+}
+
+TEST_F(FtdiExports, TheOnlyDevice) {
+  uint32_t handle = 0;
+  EXPECT_EQ(I2C_Open(&handle), 0u);
+  EXPECT_NE(handle, 0u);
+  Connect("ft2232c+talvo");
+  EXPECT_EQ(I2C_Open(&handle), 28u);
+  EXPECT_EQ(host().calls("FT_OpenEx"), 0u);
+}
+
+TEST_F(FtdiExports, DescriptionsThatAreInterfaces) {
+  const struct {
+    const char* description;  // of the chip; " A" comes behind it
+    uint32_t fullSpeed;
+    uint32_t hiSpeed;
+  } kCases[] = {{"Plain", 1, 2},
+                {"lower a", 0, 0},       // " a A": the first " A" is not the end
+                {"Some Adapter", 0, 0},  // neither for B
+                {"Big Bus", 1, 1}};      // "Big Bus B": the first " B" is not the end
+  for (const auto& [description, fullSpeed, hiSpeed] : kCases) {
+    Connect("ft2232c");
+    host().Unplug(kFullSpeed);
+    host().Plug({&sim::kFtdiChips[0], description, "X1", 0x100, false}, nullptr);
+    host().Plug({&sim::kFtdiChips[1], description, "X2", 0x200, false}, nullptr);
+    uint32_t count = 0;
+    EXPECT_EQ(I2C_GetNumDevices(&count), 0u);
+    EXPECT_EQ(count, fullSpeed) << description;
+    EXPECT_EQ(I2C_GetNumHiSpeedDevices(&count), 0u);
+    EXPECT_EQ(count, hiSpeed) << description;
+  }
+}
+
+TEST_F(FtdiExports, MoreInterfacesThanTheRegistryHolds) {
+  for (unsigned i = 0; i < 60; ++i) {
+    host().Plug({&sim::kFtdiChips[0], "Row " + std::to_string(i), "R" + std::to_string(i),
+                 0x1000 + i * 0x10, false},
+                nullptr);
+  }
+  uint32_t count = 0;
+  EXPECT_EQ(I2C_GetNumDevices(&count), 0u);
+  EXPECT_EQ(count, 61u);
+  for (unsigned i = 0; i < 60; ++i) {
+    uint32_t handle = 0;
+    const std::string name = "Row " + std::to_string(i) + " A";
+    EXPECT_EQ(I2C_OpenEx(name.c_str(), 0x1000 + i * 0x10, &handle), i < 50 ? 0u : 5u) << i;
+  }
+  EXPECT_EQ(host().calls("FT_OpenEx"), 50u);
+}
+
+TEST_F(FtdiExports, HiSpeedNamesAndChannels) {
+  Connect("ft2232h+ft4232h");
+  uint32_t count = 0;
+  EXPECT_EQ(I2C_GetNumHiSpeedDevices(&count), 0u);
+  EXPECT_EQ(count, 4u);
+  char name[100];
+  char channel[5];
+  uint32_t location = 0;
+  uint32_t type = 9;
+  EXPECT_EQ(I2C_GetHiSpeedDeviceNameLocIDChannel(3, name, 100, &location, channel, 5, &type), 0u);
+  EXPECT_STREQ(name, "Quad RS232-HS B");
+  EXPECT_STREQ(channel, "B");
+  EXPECT_EQ(type, uint32_t{I2C_FT4232H_DEVICE});
+  const struct {
+    uint32_t index;
+    char* name;
+    uint32_t nameSize;
+    char* channel;
+    uint32_t channelSize;
+    uint32_t status;
+  } kCases[] = {{4, nullptr, 0, nullptr, 0, 23}, {4, name, 0, nullptr, 0, 29},
+                {4, name, 0, channel, 0, 22},    {0, name, 15, channel, 0, 24},
+                {0, name, 16, channel, 4, 30},   {0, name, 16, channel, 5, 0}};
+  for (const auto& given : kCases) {
+    type = 9;
+    EXPECT_EQ(
+        I2C_GetHiSpeedDeviceNameLocIDChannel(given.index, given.name, given.nameSize, &location,
+                                             given.channel, given.channelSize, &type),
+        given.status);
+    EXPECT_EQ(type, given.status == 0 ? uint32_t{I2C_FT2232H_DEVICE} : 0u);
+  }
+}
+
+TEST_F(FtdiExports, HiSpeedOpening) {
+  Connect("ft2232h");
+  host().Plug({&sim::kFtdiChips[1], "Taken", "T1", 0x300, true}, nullptr);
+  const struct {
+    const char* name;
+    uint32_t location;
+    const char* channel;
+    uint32_t status;
+  } kCases[] = {{nullptr, 0x41, nullptr, 23}, {kHiSpeed, 0x41, nullptr, 29},
+                {kHiSpeed, 0x41, "C", 31},    {kHiSpeed, 0x41, "", 31},
+                {kHiSpeed, 0x41, "AB", 31},   {kHiSpeed, 0x42, "A", 26},
+                {"Nobody A", 0x41, "A", 25},  {"Taken A", 0x300, "A", 27},
+                {kHiSpeed, 0x41, "a", 0},     {"Dual RS232-HS B", 0x42, "b", 0}};
+  for (const auto& [name, location, channel, status] : kCases) {
+    uint32_t handle = 0;
+    EXPECT_EQ(I2C_OpenHiSpeedDevice(name, location, channel, &handle), status);
+  }
+  uint32_t type = 0;
+  EXPECT_EQ(I2C_GetHiSpeedDeviceType(OpenHiSpeed(), &type), 0u);
+  EXPECT_EQ(type, uint32_t{I2C_FT2232H_DEVICE});
+  EXPECT_EQ(I2C_GetHiSpeedDeviceType(kBad, &type), 1u);
+  EXPECT_EQ(type, 0u);
+}
+
+TEST_F(FtdiExports, CloseFreesTheEntryEvenWhenD2xxFails) {
+  const uint32_t handle = OpenFullSpeed();
+  bench().SetFault("d2xx-fails:FT_Close");
+  EXPECT_EQ(I2C_Close(handle), 4u);
+  EXPECT_EQ(I2C_Close(handle), 1u);
+}
+
+TEST_F(FtdiExports, ChecksOfWriteInOrder) {
+  const uint32_t handle = Ready(OpenFullSpeed());
+  uint8_t bytes[2] = {0xF4, 0x10};
+  const PageWriteRecord pages = {2, 16};
+  const PageWriteRecord huge = {0x10000, 0x10000};  // 2^32 bytes, not 0
+  const struct {
+    uint32_t handle;
+    const uint8_t* control;
+    uint32_t controlCount;
+    uint32_t type;
+    const uint8_t* data;
+    uint32_t count;
+    const PageWriteRecord* pages;
+    uint32_t status;
+  } kCases[] = {{kBad, nullptr, 0, 3, nullptr, 0, nullptr, 1},
+                {handle, nullptr, 0, 3, nullptr, 0, nullptr, 37},
+                {handle, bytes, 0, 3, nullptr, 0, nullptr, 38},
+                {handle, bytes, 256, 3, nullptr, 0, nullptr, 38},
+                {handle, bytes, 1, 3, nullptr, 0, nullptr, 43},
+                {handle, bytes, 1, 1, nullptr, 0, nullptr, 40},
+                {handle, bytes, 1, 1, bytes, 0, nullptr, 41},
+                {handle, bytes, 1, 2, bytes, 65536, nullptr, 41},
+                {handle, bytes, 1, 2, bytes, 2, nullptr, 45},
+                {handle, bytes, 1, 2, bytes, 31, &pages, 44},
+                {handle, bytes, 1, 2, bytes, 31, &huge, 44},
+                {handle, bytes, 1, 0, nullptr, 0, nullptr, 0}};
+  for (const auto& given : kCases) {
+    EXPECT_EQ(I2C_Write(given.handle, given.control, given.controlCount, 1, 10, 1, given.type,
+                        given.data, given.count, 1, 10, given.pages),
+              given.status);
+    if (given.status != 0) {
+      EXPECT_TRUE(host().TakeWrites(kFullSpeed).empty());
+    }
+  }
+}
+
+TEST_F(FtdiExports, ChecksOfReadInOrder) {
+  const uint32_t handle = Ready(OpenFullSpeed());
+  uint8_t control[2] = {0xF4, 0x10};
+  uint8_t data[4] = {};
+  const struct {
+    uint32_t handle;
+    uint8_t* control;
+    uint32_t controlCount;
+    uint32_t type;
+    uint8_t* data;
+    uint32_t count;
+    uint32_t status;
+  } kCases[] = {{kBad, nullptr, 0, 0, nullptr, 0, 1},    {handle, nullptr, 0, 0, nullptr, 0, 37},
+                {handle, control, 0, 0, nullptr, 0, 46}, {handle, control, 256, 0, data, 0, 38},
+                {handle, control, 1, 0, data, 0, 47},    {handle, control, 1, 0, data, 65536, 47},
+                {handle, control, 1, 0, data, 1, 48},    {handle, control, 1, 3, data, 1, 48},
+                {handle, control, 2, 1, data, 1, 0}};
+  for (const auto& given : kCases) {
+    EXPECT_EQ(I2C_Read(given.handle, given.control, given.controlCount, 1, 10, given.type,
+                       given.data, given.count),
+              given.status);
+  }
+  EXPECT_EQ(control[0], 0xF5);
+}
+
+TEST_F(FtdiExports, ChecksOfPinsModesAndClosing) {
+  const uint32_t handle = Ready(OpenFullSpeed());
+  GpioPins pins{};
+  GpioLevels levels{};
+  HiSpeedLowGpioPins low{};
+  HiSpeedHighGpioPins high{};
+  FinalStatePins finalState{};
+  EXPECT_EQ(I2C_SetGPIOs(kBad, nullptr), 1u);
+  EXPECT_EQ(I2C_SetGPIOs(handle, nullptr), 36u);
+  EXPECT_EQ(I2C_SetGPIOs(handle, &pins), 0u);
+  EXPECT_EQ(I2C_GetGPIOs(kBad, nullptr), 1u);
+  EXPECT_EQ(I2C_GetGPIOs(handle, nullptr), 35u);
+  EXPECT_EQ(I2C_GetGPIOs(handle, &levels), 0u);
+  EXPECT_EQ(I2C_SetHiSpeedDeviceGPIOs(handle, 1, &low, 1, &high), 1u);
+  EXPECT_EQ(I2C_SetMode(handle, 3), 49u);
+  EXPECT_EQ(I2C_SetMode(kBad, 1), 1u);
+  EXPECT_EQ(I2C_SetMode(handle, 4), 0u);
+  EXPECT_EQ(I2C_SetLoopback(kBad, 1), 1u);
+  EXPECT_EQ(I2C_InitDevice(kBad, 65536), 1u);
+  EXPECT_EQ(I2C_CloseDevice(kBad, nullptr), 1u);
+  EXPECT_EQ(I2C_CloseDevice(handle, nullptr), 50u);
+  EXPECT_EQ(I2C_CloseDevice(handle, &finalState), 0u);
+  EXPECT_EQ(I2C_CloseDevice(handle, &finalState), 1u);
+
+  Connect("ft2232h");
+  const uint32_t fast = Ready(OpenHiSpeed());
+  HiSpeedLowGpioLevels lowLevels{};
+  HiSpeedHighGpioLevels highLevels{};
+  EXPECT_EQ(I2C_SetHiSpeedDeviceGPIOs(fast, 1, &low, 0, nullptr), 36u);
+  EXPECT_EQ(I2C_SetHiSpeedDeviceGPIOs(fast, 0, nullptr, 1, &high), 36u);
+  EXPECT_EQ(I2C_GetHiSpeedDeviceGPIOs(fast, 1, &lowLevels, 0, nullptr), 36u);
+  EXPECT_EQ(I2C_GetHiSpeedDeviceGPIOs(fast, 1, &lowLevels, 1, &highLevels), 0u);
+}
+
+TEST_F(FtdiExports, ClocksAndLatency) {
+  uint32_t frequency = 5;
+  EXPECT_EQ(I2C_GetClock(65536, &frequency), 34u);
+  EXPECT_EQ(frequency, 5u);
+  const struct {
+    uint32_t divisor;
+    uint32_t fullSpeed;
+    uint32_t hiSpeed;
+  } kCases[] = {{0, 6000000, 30000000}, {59, 100000, 500000}, {65535, 91, 457}};
+  for (const auto& [divisor, fullSpeed, hiSpeed] : kCases) {
+    EXPECT_EQ(I2C_GetClock(divisor, &frequency), 0u);
+    EXPECT_EQ(frequency, fullSpeed);
+    EXPECT_EQ(I2C_GetHiSpeedDeviceClock(divisor, &frequency), 0u);
+    EXPECT_EQ(frequency, hiSpeed);
+  }
+  EXPECT_EQ(I2C_SetClock(kBad, 65536, &frequency), 34u);
+  EXPECT_EQ(I2C_SetClock(kBad, 0, &frequency), 1u);
+
+  Connect("ft2232h+ft2232c");
+  const uint32_t fast = OpenHiSpeed();
+  const uint32_t slow = Ready(OpenFullSpeed());
+  EXPECT_EQ(I2C_SetClock(slow, 29, &frequency), 0u);
+  EXPECT_EQ(frequency, 200000u);
+  EXPECT_EQ(host().Find(kFullSpeed)->mpsse().divisor(), 29u);
+  EXPECT_EQ(I2C_SetClock(fast, 0, &frequency), 0u);
+  EXPECT_EQ(frequency, 6000000u);  // the prescaler is on until it is switched off
+  EXPECT_EQ(I2C_TurnOffDivideByFiveClockingHiSpeedDevice(slow), 1u);
+  Ready(fast);
+  EXPECT_EQ(I2C_SetClock(fast, 0, &frequency), 0u);
+  EXPECT_EQ(frequency, 30000000u);
+  EXPECT_EQ(I2C_TurnOffDivideByFiveClockingHiSpeedDevice(fast), 0u);
+  EXPECT_FALSE(host().Find(kHiSpeed)->mpsse().divideByFive());
+  EXPECT_EQ(I2C_TurnOnDivideByFiveClockingHiSpeedDevice(fast), 0u);
+  EXPECT_TRUE(host().Find(kHiSpeed)->mpsse().divideByFive());
+  EXPECT_EQ(I2C_SetClock(fast, 0, &frequency), 0u);
+  EXPECT_EQ(frequency, 6000000u);
+
+  uint8_t latency = 0;
+  EXPECT_EQ(I2C_SetDeviceLatencyTimer(kBad, 1), 32u);
+  EXPECT_EQ(I2C_SetDeviceLatencyTimer(kBad, 2), 1u);
+  EXPECT_EQ(I2C_SetDeviceLatencyTimer(slow, 77), 0u);
+  EXPECT_EQ(I2C_GetDeviceLatencyTimer(slow, &latency), 0u);
+  EXPECT_EQ(latency, 77u);
+}
+
+TEST_F(FtdiExports, Version) {
+  char text[8] = "";
+  EXPECT_EQ(I2C_GetDllVersion(nullptr, 8), 51u);
+  EXPECT_EQ(I2C_GetDllVersion(text, 3), 52u);
+  EXPECT_STREQ(text, "");
+  EXPECT_EQ(I2C_GetDllVersion(text, 4), 0u);
+  EXPECT_STREQ(text, "2.0");
+}
+
+TEST_F(FtdiExports, Messages) {
+  char text[100];
+  const struct {
+    const char* language;
+    uint32_t code;
+    uint32_t status;
+    const char* message;
+  } kCases[] = {
+      {"EN", 0, 0, ""},
+      {"EN", 5, 0, "Insufficient resources available to execute function."},
+      {"EN", 21, 0, "Failed to synchronize the device MPSSE interface."},
+      {"EN", 33, 0, "External Device not found."},
+      {"EN", 41, 0, "Invalid number of data bytes to be written. Valid range is 1 - 65535"},
+      {"EN", 57, 0, "Unknown status code = "},
+      {"EN", 7, 57, "Unknown status code = 7"},
+      {"EN", 19, 57, "Unknown status code = 19"},
+      {"EN", 58, 57, "Unknown status code = 58"},
+      {"EN", 0xFFFFFFFF, 57, "Unknown status code = 4294967295"},
+      {"xx", 7, 57, "Unknown status code = 7"},
+      {"en", 1, 56, "Unsupported language code."},
+      {"", 1, 56, "Unsupported language code."},
+      {"ENG", 0, 56, "Unsupported language code."},
+  };
+  for (const auto& [language, code, status, message] : kCases) {
+    std::memset(text, '#', sizeof text);
+    EXPECT_EQ(I2C_GetErrorCodeString(language, code, text, sizeof text), status) << code;
+    EXPECT_STREQ(text, message);
+    std::memset(text, '#', sizeof text);
+    const auto length = static_cast<uint32_t>(std::strlen(message));
+    EXPECT_EQ(I2C_GetErrorCodeString(language, code, text, length), 55u) << code;
+    EXPECT_EQ(text[0], '#');
+    EXPECT_EQ(I2C_GetErrorCodeString(language, code, text, length + 1), status) << code;
+  }
+  EXPECT_EQ(I2C_GetErrorCodeString(nullptr, 1, nullptr, 100), 53u);
+  EXPECT_EQ(I2C_GetErrorCodeString("EN", 1, nullptr, 100), 54u);
+}
+
+}  // namespace
+}  // namespace brisk
