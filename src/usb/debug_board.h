@@ -19,8 +19,11 @@ namespace brisk::usb {
 // same. An I2C command longer than fits into the first packet (60 bytes for a write, 58 for a read)
 // fails with 0 before anything is sent.
 //
-// A block write whose script ends one position before the packet's end goes out with that position
-// as the packet before left it, which the boards in the field are used to: see I2cWriteData.
+// Block writes go out in the packets that boards in the field are driven with, byte for byte. When
+// command and data together have 60 bytes, or 63, 126, ... more, one position of the last packet is
+// left over and the stop follows in a packet of its own. The left position keeps what the packet
+// held: a repeated start in the first packet, the byte sent 63 positions before in a later one,
+// which the device then receives as one byte too many. Split such a write to avoid it.
 //
 // Flash: addresses and waits are the board's. There is no time limit on a busy flash; a wait ends
 // early only when the board itself no longer answers. SPIProgramFromFile erases the whole chip

@@ -100,10 +100,8 @@ uint32_t DebugBoardBackEnd::I2cReadByte(uint8_t device, uint8_t subAddress, uint
   return result;
 }
 
-// The packets are those that boards in the field are driven with, byte for byte. One consequence:
-// when exactly one position is left after the last byte, the packet goes out as it is and the stop
-// follows in a packet of its own. The left position then holds a start condition in the first
-// packet, and the opcode and byte of the packet before in a later one.
+// The packets keep what they held when filling starts again; the header tells what that does to a
+// write that leaves one position over.
 uint32_t DebugBoardBackEnd::I2cWriteData(uint8_t device, const uint8_t* command,
                                          uint32_t commandLength, const uint8_t* data,
                                          uint32_t dataLength) {

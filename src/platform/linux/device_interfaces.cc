@@ -2,14 +2,15 @@
 
 #include "platform/linux/never_destroyed.h"
 #include "platform/linux/parts.h"
+#include "platform/linux/usb_devices.h"
 
 namespace brisk::linux_system {
 namespace {
 
-class NoDeviceInterfaces final : public DeviceInterfaces {
+class LinuxDeviceInterfaces final : public DeviceInterfaces {
  public:
-  std::unique_ptr<DeviceInterfaceSet> Present(const Guid& /*interfaceClass*/) override {
-    return nullptr;
+  std::unique_ptr<DeviceInterfaceSet> Present(const Guid& interfaceClass) override {
+    return PresentUsbDevices(interfaceClass);
   }
   std::unique_ptr<DeviceNotification> NotifyOfClass(void* /*window*/,
                                                     const Guid& /*interfaceClass*/) override {
@@ -23,7 +24,7 @@ class NoDeviceInterfaces final : public DeviceInterfaces {
 }  // namespace
 
 DeviceInterfaces& TheDeviceInterfaces() {
-  static NeverDestroyed<NoDeviceInterfaces> interfaces;
+  static NeverDestroyed<LinuxDeviceInterfaces> interfaces;
   return *interfaces;
 }
 

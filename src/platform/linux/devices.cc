@@ -5,6 +5,7 @@
 #include "platform/linux/never_destroyed.h"
 #include "platform/linux/parts.h"
 #include "platform/linux/port_driver.h"
+#include "platform/linux/usb_devices.h"
 
 namespace brisk::linux_system {
 namespace {
@@ -17,6 +18,7 @@ class LinuxDevices final : public Devices {
     if (path == kPortDriverPath) {
       return std::make_unique<PortDriverDevice>(ThePortIo(), TheDebugStream(), ioperm);
     }
+    if (std::string_view(path).starts_with(kUsbPathPrefix)) return OpenUsbDevice(path);
     return nullptr;
   }
 };

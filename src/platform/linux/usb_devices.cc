@@ -1,0 +1,284 @@
+#include "platform/linux/usb_devices.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "platform/linux/usb_library.h"
+#include "platform/linux/usb_request.h"
+
+namespace brisk::linux_system {
+namespace {
+
+constexpr uint16_t kVendor = 0x04B4;
+constexpr Guid kBoardClass = {0x60, 0xAA, 0x18, 0xAE, 0x6A, 0x7F, 0xD4, 0x11,
+                              0x97, 0xDD, 0x00, 0x01, 0x02, 0x29, 0xB9, 0x59};
+
+enum Code : uint32_t {
+  kDriverVersion = 0x220000,
+  kSecondVersion = 0x220004,
+  kAlternateSetting = 0x220008,
+  kAddress = 0x220010,
+  kControl = 0x220020,
+  kBuffered = 0x220024,
+  kReset = 0x220030,
+  kDeviceName = 0x22003C,
+  kFriendlyName = 0x220040,
+  kAbort = 0x220044,
+  kDirect = 0x22004B,
+  kSpeed = 0x22004C,
+};
+
+// The first version that knows direct transfers, as this transport does.
+constexpr uint32_t kEmulatedVersion = 0x01050500;
+constexpr size_t kNameSize = 256;
+constexpr int kInterface = 0;
+
+struct Listed {
+  UsbListedDevice* device;
+  UsbDeviceDescriptor descriptor;
+  std::string path;
+};
+
+// The boards on the bus, with the references that keep them.
+class Boards {
+ public:
+  explicit Boards(UsbLibrary& library) : library_(library) {
+    const ssize_t count = library_.getDeviceList(library_.context(), &list_);
+    for (ssize_t i = 0; i < count; ++i) {
+      UsbDeviceDescriptor descriptor{};
+      if (library_.getDeviceDescriptor(list_[i], &descriptor) != 0) continue;
+      if (descriptor.vendorId != kVendor) continue;
+      char path[32];
+      std::snprintf(path, sizeof path, "usb:%03u:%03u", library_.getBusNumber(list_[i]),
+                    library_.getDeviceAddress(list_[i]));
+      boards_.push_back({list_[i], descriptor, path});
+    }
+    if (count < 0) list_ = nullptr;
+  }
+  Boards(const Boards&) = delete;
+  Boards& operator=(const Boards&) = delete;
+  ~Boards() {
+    if (list_ != nullptr) library_.freeDeviceList(list_, 1);
+  }
+
+  const std::vector<Listed>& all() const { return boards_; }
+
+ private:
+  UsbLibrary& library_;
+  UsbListedDevice** list_ = nullptr;
+  std::vector<Listed> boards_;
+};
+
+class UsbDeviceSet final : public DeviceInterfaceSet {
+ public:
+  explicit UsbDeviceSet(const Boards& boards) {
+    for (const Listed& board : boards.all()) paths_.push_back(board.path);
+  }
+  uint32_t Enumerate(uint32_t index) override {
+    return index < paths_.size() ? kErrorNone : kErrorNoMoreItems;
+  }
+  std::string Path(uint32_t index) override {
+    return index < paths_.size() ? paths_[index] : std::string();
+  }
+
+ private:
+  std::vector<std::string> paths_;
+};
+
+class UsbBoard final : public Device {
+ public:
+  UsbBoard(std::shared_ptr<UsbLibrary> library, UsbHandle* handle, const Listed& listed)
+      : library_(std::move(library)),
+        handle_(handle),
+        address_(library_->getDeviceAddress(listed.device)),
+        highSpeed_(library_->getDeviceSpeed(listed.device) >= kUsbSpeedHigh) {
+    std::snprintf(name_.data(), name_.size(), "USB device %04x:%04x at %s",
+                  listed.descriptor.vendorId, listed.descriptor.productId, listed.path.c_str());
+  }
+  UsbBoard(const UsbBoard&) = delete;
+  UsbBoard& operator=(const UsbBoard&) = delete;
+  ~UsbBoard() override { Close(); }
+
+  bool Control(uint32_t code, const void* in, uint32_t inSize, void* out, uint32_t outSize,
+               uint32_t* bytesReturned) override;
+  std::unique_ptr<PendingRequest> Begin(uint32_t code, const void* in, uint32_t inSize, void* out,
+                                        uint32_t outSize) override;
+  bool Close() override;
+  void* Handle() const override { return handle_; }
+
+ private:
+  struct EndPoint {
+    uint8_t address;
+    uint8_t type;
+    uint32_t packetSize;
+  };
+
+  bool Answer(const void* bytes, size_t size, void* out, uint32_t outSize, uint32_t* returned);
+  bool Abort(const void* in, uint32_t inSize);
+  void StartData(UsbRequest& request, uint8_t endpoint);
+  bool Claim();
+  void ReadEndPoints();
+
+  std::shared_ptr<UsbLibrary> library_;
+  UsbHandle* handle_;
+  const uint8_t address_;
+  const bool highSpeed_;
+  std::array<char, kNameSize> name_{};
+  bool claimed_ = false;
+  std::vector<EndPoint> endPoints_;
+  const UsbRequest::Last last_ = std::make_shared<UsbRequest*>(nullptr);
+};
+
+bool UsbBoard::Close() {
+  if (handle_ == nullptr) return true;
+  if (claimed_) library_->releaseInterface(handle_, kInterface);
+  library_->close(handle_);
+  handle_ = nullptr;
+  return true;
+}
+
+bool UsbBoard::Answer(const void* bytes, size_t size, void* out, uint32_t outSize,
+                      uint32_t* returned) {
+  if (out == nullptr || outSize < size) return false;
+  std::memcpy(out, bytes, size);
+  *returned = static_cast<uint32_t>(size);
+  return true;
+}
+
+bool UsbBoard::Control(uint32_t code, const void* in, uint32_t inSize, void* out, uint32_t outSize,
+                       uint32_t* bytesReturned) {
+  constexpr uint32_t kZero = 0;
+  const uint32_t speed = highSpeed_ ? 2 : 1;
+  *bytesReturned = 0;
+  if (handle_ == nullptr) return false;
+  switch (code) {
+    case kDriverVersion:
+      return Answer(&kEmulatedVersion, sizeof kEmulatedVersion, out, outSize, bytesReturned);
+    case kSecondVersion:
+      return Answer(&kZero, sizeof kZero, out, outSize, bytesReturned);
+    case kAlternateSetting:  // the one that every interface starts with; nothing here changes it
+      return Answer(&kZero, 1, out, outSize, bytesReturned);
+    case kAddress:
+      return Answer(&address_, sizeof address_, out, outSize, bytesReturned);
+    case kDeviceName:
+    case kFriendlyName:
+      return Answer(name_.data(), name_.size(), out, outSize, bytesReturned);
+    case kSpeed:
+      return Answer(&speed, sizeof speed, out, outSize, bytesReturned);
+    case kReset:
+      return library_->resetDevice(handle_) == 0;
+    case kAbort:
+      return Abort(in, inSize);
+    case kControl:
+    case kBuffered:
+    case kDirect: {
+      const auto request = Begin(code, in, inSize, out, outSize);
+      request->Wait();
+      return request->Result(bytesReturned);
+    }
+    default:
+      return false;
+  }
+}
+
+bool UsbBoard::Abort(const void* in, uint32_t inSize) {
+  if (in == nullptr || inSize != 1) return false;
+  const uint8_t endpoint = *static_cast<const uint8_t*>(in);
+  if (*last_ != nullptr && (*last_)->endpoint() == endpoint) (*last_)->Cancel();
+  return true;
+}
+
+std::unique_ptr<PendingRequest> UsbBoard::Begin(uint32_t code, const void* in, uint32_t inSize,
+                                                void* out, uint32_t outSize) {
+  // Results travel in the caller's record, which for direct transfers is the input.
+  const UsbRecord record(const_cast<void*>(in), inSize);  // NOLINT(*-const-cast)
+  const bool direct = code == kDirect;
+  const bool known = direct || code == kControl || code == kBuffered;
+  const bool usable = known && handle_ != nullptr && record.valid() && (direct || out == in);
+  std::span<uint8_t> data;
+  if (usable) data = direct ? std::span(static_cast<uint8_t*>(out), outSize) : record.data();
+  auto request = std::make_unique<UsbRequest>(library_, record, data,
+                                              direct || !usable ? 0 : record.dataOffset(), last_);
+  if (!usable) {
+    request->Fail();
+  } else if (code == kControl) {
+    request->StartControl(handle_);
+  } else {
+    StartData(*request, record.endpoint());
+  }
+  return request;
+}
+
+void UsbBoard::StartData(UsbRequest& request, uint8_t endpoint) {
+  if (endPoints_.empty()) {
+    ReadEndPoints();
+    *last_ = &request;  // again: reading them took a request of its own
+  }
+  const auto found = std::find_if(endPoints_.begin(), endPoints_.end(),
+                                  [&](const EndPoint& each) { return each.address == endpoint; });
+  if (found == endPoints_.end() || !Claim()) {
+    request.Fail();
+    return;
+  }
+  request.StartData(handle_, endpoint, found->type, found->packetSize);
+}
+
+bool UsbBoard::Claim() {
+  if (claimed_) return true;
+  library_->setAutoDetach(handle_, 1);
+  claimed_ = library_->claimInterface(handle_, kInterface) == 0;
+  return claimed_;
+}
+
+// libusb wants to know an endpoint's type, which the request does not say: the device does.
+void UsbBoard::ReadEndPoints() {
+  constexpr uint16_t kMost = 1024;
+  constexpr uint32_t kData = UsbRecord::kHeader;
+  std::vector<uint8_t> record(kData + kMost);
+  const uint8_t setup[] = {0x80, 6, 0, 2, 0, 0, kMost & 0xFF, kMost >> 8, 5};
+  std::copy(std::begin(setup), std::end(setup), record.begin());
+  record[30] = kData;
+  record[34] = kMost & 0xFF;
+  record[35] = kMost >> 8;
+  uint32_t returned = 0;
+  const auto size = static_cast<uint32_t>(record.size());
+  if (!Control(kControl, record.data(), size, record.data(), size, &returned)) return;
+  std::span<const uint8_t> rest(record.data(), std::min<size_t>(returned, record.size()));
+  if (rest.size() < kData) return;
+  rest = rest.subspan(kData);
+  while (rest.size() >= 2 && rest[0] >= 2 && rest[0] <= rest.size()) {
+    if (rest[1] == 5 && rest[0] >= 7) {
+      const unsigned size16 = rest[4] | rest[5] << 8;
+      endPoints_.push_back({rest[2], static_cast<uint8_t>(rest[3] & 3),
+                            (size16 & 0x7FF) * ((size16 >> 11 & 3) + 1)});
+    }
+    rest = rest.subspan(rest[0]);
+  }
+}
+
+}  // namespace
+
+std::unique_ptr<DeviceInterfaceSet> PresentUsbDevices(const Guid& interfaceClass) {
+  if (interfaceClass != kBoardClass) return nullptr;
+  const std::shared_ptr<UsbLibrary> library = UsbLibrary::Get();
+  if (library == nullptr) return nullptr;
+  return std::make_unique<UsbDeviceSet>(Boards(*library));
+}
+
+std::unique_ptr<Device> OpenUsbDevice(std::string_view path) {
+  const std::shared_ptr<UsbLibrary> library = UsbLibrary::Get();
+  if (library == nullptr) return nullptr;
+  const Boards boards(*library);
+  for (const Listed& board : boards.all()) {
+    if (board.path != path) continue;
+    UsbHandle* handle = nullptr;
+    if (library->open(board.device, &handle) != 0) return nullptr;
+    return std::make_unique<UsbBoard>(library, handle, board);
+  }
+  return nullptr;
+}
+
+}  // namespace brisk::linux_system

@@ -1,0 +1,401 @@
+// The timing-controller board end to end: exported functions over the simulated USB driver to the
+// board's RAM, wires and ports.
+#include <algorithm>
+#include <cctype>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <gtest/gtest.h>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "brisk/brisk.h"
+
+#include "support/bench_test.h"
+#include "support/files.h"
+#include "support/i2c_monitor.h"
+#include "timing_controller.h"
+#include "usb/fx2_adapter.h"
+#include "usb/tcon_usb.h"
+
+namespace brisk {
+namespace {
+
+using Bytes = std::vector<uint8_t>;
+
+void WriteText(const std::string& path, const std::string& text) {
+  WriteFile(path, Bytes(text.begin(), text.end()));
+}
+
+class TconBoard : public BenchTest {
+ protected:
+  TconBoard() : home_(std::filesystem::current_path()) {
+    std::filesystem::current_path(std::filesystem::path(folder.File("x")).parent_path());
+    WriteText("firmware.hex", ":03000000020100FA\n:00000001FF\n");
+    Configure("adapter=tcon-usb");
+  }
+  ~TconBoard() override { std::filesystem::current_path(home_); }
+
+  void Connect() {
+    EXPECT_EQ(BriskSetDevice(4), 1);
+    board().seen.clear();
+    bench().board().i2c().AddDevice(monitor);
+  }
+
+  static sim::Fx2Board& board() {
+    return static_cast<sim::Fx2Adapter*>(bench().adapter("tcon-usb"))->board();
+  }
+
+  // The vendor requests since the last call: "B3 v7A i2 >10 20" or "AE v70 i0 <1".
+  static std::vector<std::string> Requests() {
+    std::vector<std::string> texts;
+    for (const auto& [setup, data] : std::exchange(board().seen, {})) {
+      char text[400];
+      int length = std::snprintf(text, sizeof text, "%02X v%X i%d %c%d", setup.request, setup.value,
+                                 setup.index, setup.in() ? '<' : '>', setup.length);
+      for (size_t i = 0; i < std::min<size_t>(data.size(), 4); ++i) {
+        length += std::snprintf(text + length, sizeof text - static_cast<size_t>(length), " %02X",
+                                data[i]);
+      }
+      texts.emplace_back(text);
+    }
+    return texts;
+  }
+
+  using Texts = std::vector<std::string>;
+
+  TemporaryFolder folder;
+  I2cMonitor monitor;
+
+ private:
+  std::filesystem::path home_;
+};
+
+TEST_F(TconBoard, RequestsOfEveryOperation) {
+  Connect();
+  EXPECT_EQ(I2cWriteByte(0xF4, 0x70, 0x5A), 1u);
+  EXPECT_EQ(Requests(), (Texts{"A4 v7A i0 >0", "A2 v70 i0 >1 5A"}));
+  uint8_t value = 0xFF;
+  EXPECT_EQ(I2cReadByte(0xF4, 0x70, &value), 1u);
+  EXPECT_EQ(value, 0x5A);
+  EXPECT_EQ(Requests(), (Texts{"A4 v7A i0 >0", "AE v70 i0 <1"}));
+  EXPECT_EQ(monitor.Take(), "S F4+ 70+ 5A+ P S F4+ 70+ Sr F5+ 5A- P");
+  I2cSetClockRate(400);
+  I2cSetClockRate(399);
+  EXPECT_EQ(Requests(), (Texts{"AB v0 i0 >0", "AA v0 i0 >0"}));
+  EXPECT_EQ(SetPortVal(0x21, 0xA5), 1u);
+  EXPECT_EQ(board().port(0x21), 0xA5);
+  EXPECT_EQ(GetPortVal(0x21, &value), 1u);
+  EXPECT_EQ(value, 0xA5);
+  // The value of a port read is that of the request before it.
+  EXPECT_EQ(Requests(), (Texts{"C1 vA5 i33 >0", "C2 vA5 i33 <1"}));
+}
+
+TEST_F(TconBoard, ChannelsSwitchTheBusSpeed) {
+  Connect();
+  uint8_t value = 0x77;
+  EXPECT_EQ(I2cLib_Read(2, 0xF4, &value, 1), 0);  // the channel at the start
+  EXPECT_EQ(Requests(), Texts());
+  EXPECT_EQ(I2cLib_W1Byte(0x11, 0xF4, 1), 0);
+  EXPECT_EQ(I2cLib_W2Bytes(0x11, 0xF4, 1, 2), 0);
+  EXPECT_EQ(I2cLib_W1ByteR1Byte(0x02, 0xF4, 1, &value), 0);
+  EXPECT_EQ(I2cLib_Write(0x03, 0xF4, &value, 1, nullptr, 0), 0);
+  EXPECT_EQ(I2cLib_WriteRead(0x10, 0xF4, &value, 1, &value, 1), 0);
+  EXPECT_EQ(Requests(), (Texts{"AA v0 i0 >0", "AB v0 i0 >0", "AA v0 i0 >0"}));
+  EXPECT_EQ(value, 0x77);
+}
+
+// The packets of a transfer: request code, index and length of each.
+TEST_F(TconBoard, BlockPackets) {
+  Connect();
+  const uint8_t command[] = {0x00, 1, 2};
+  Bytes data(200, 0x11);
+  I2cWriteData(0xF4, command, 1, data.data(), 63);
+  EXPECT_EQ(Requests(), (Texts{"B1 v7A i0 >64 00 11 11 11"}));
+  I2cWriteData(0xF4, command, 1, data.data(), 64);
+  EXPECT_EQ(Requests(), (Texts{"B3 v7A i0 >64 00 11 11 11", "B7 v7A i64 >1 11"}));
+  I2cWriteData(0xF4, command, 1, data.data(), 128);
+  EXPECT_EQ(Requests(), (Texts{"B3 v7A i0 >64 00 11 11 11", "B5 v7A i64 >64 11 11 11 11",
+                               "B7 v7A i128 >1 11"}));
+  EXPECT_EQ(I2cWriteData(0xF4, nullptr, 0, nullptr, 0), 1u);
+  EXPECT_EQ(Requests(), Texts());
+  EXPECT_EQ(I2cReadData(0xF4, command, 2, data.data(), 3), 1u);
+  EXPECT_EQ(Requests(), (Texts{"B3 v7A i2 >2 00 01", "B2 v7A i3 <3"}));
+  EXPECT_EQ(I2cReadData(0xF4, data.data(), 130, data.data(), 0), 1u);
+  EXPECT_EQ(Requests(), (Texts{"B3 v7A i130 >64 11 11 11 11", "B5 v7A i64 >64 11 11 11 11",
+                               "B5 v7A i128 >2 11 11"}));
+  EXPECT_EQ(I2cReadData(0xF4, nullptr, 0, data.data(), 129), 1u);
+  EXPECT_EQ(Requests(), (Texts{"B4 v7A i129 <64", "B6 v7A i64 <64", "B8 v7A i128 <1"}));
+}
+
+std::string Text(const Bytes& bytes, bool read) {
+  std::string text;
+  for (size_t i = 0; i < bytes.size(); ++i) {
+    char word[8];
+    std::snprintf(word, sizeof word, " %02X%c", bytes[i],
+                  read && i + 1 == bytes.size() ? '-' : '+');
+    text += word;
+  }
+  return text;
+}
+
+TEST_F(TconBoard, BlocksOfEveryLengthOnTheWires) {
+  Connect();
+  const uint8_t command[] = {0x40};
+  for (uint32_t length = 0; length <= 300; ++length) {
+    SCOPED_TRACE(length);
+    const Bytes data = RandomBytes(length, length);
+    EXPECT_EQ(I2cWriteData(0xF4, command, 1, data.data(), length), 1u);
+    EXPECT_EQ(monitor.Take(), "S F4+ 40+" + Text(data, false) + " P");
+    if (length == 0) continue;
+    Bytes expected;
+    for (uint32_t i = 0; i < length; ++i) {
+      expected.push_back(bench().board().controller().Register(static_cast<uint8_t>(0x40 + i)));
+    }
+    Bytes read(length + 1, 0xEE);
+    EXPECT_EQ(I2cReadData(0xF4, command, 1, read.data(), length), 1u);
+    EXPECT_EQ(monitor.Take(), "S F4+ 40+ Sr F5+" + Text(expected, true) + " P");
+    expected.push_back(0xEE);
+    EXPECT_EQ(read, expected);
+  }
+}
+
+TEST_F(TconBoard, RetriesAndFailures) {
+  Connect();
+  uint8_t value = 0x55;
+  EXPECT_EQ(I2cReadByte(0x20, 1, &value), 0u);  // nobody there: three attempts
+  EXPECT_EQ(value, 0);
+  EXPECT_EQ(Requests().size(), 6u);
+  EXPECT_EQ(I2cWriteByte(0x20, 1, 2), 0u);
+  EXPECT_EQ(Requests().size(), 6u);
+  bench().SetFault("usb-stall@2");
+  EXPECT_EQ(I2cWriteByte(0xF4, 1, 2), 1u);  // the second attempt succeeds
+  EXPECT_EQ(Requests().size(), 4u);
+  bench().ClearFaults();
+  bench().SetFault("usb-stall@2");
+  Bytes data(200);
+  EXPECT_EQ(I2cWriteData(0xF4, nullptr, 0, data.data(), 200), 0u);  // ends at the failing packet
+  EXPECT_EQ(Requests().size(), 2u);
+  bench().ClearFaults();
+  bench().SetFault("usb-status");
+  EXPECT_EQ(SetPortVal(1, 1), 0u);  // the data moved, the driver reports an error
+  value = 0x55;
+  EXPECT_EQ(GetPortVal(1, &value), 0u);
+  EXPECT_EQ(value, 0x55);
+}
+
+TEST_F(TconBoard, ATransferWithoutAnswerEndsAfterItsTimeOut) {
+  Connect();
+  bench().SetFault("usb-time-out@1");
+  const uint64_t before = bench().clock().Now();
+  EXPECT_EQ(SetPortVal(1, 1), 0u);
+  const uint64_t spent = bench().clock().Now() - before;
+  EXPECT_GE(spent, 50'000'000u);
+  EXPECT_LT(spent, 60'000'000u);
+  EXPECT_EQ(SetPortVal(1, 1), 1u);
+}
+
+TEST_F(TconBoard, Connecting) {
+  EXPECT_EQ(I2cWriteByte(0xF4, 0x70, 1), 0u);  // device type 0: nothing is connected
+  EXPECT_FALSE(board().FirmwareRuns());
+  EXPECT_EQ(BriskSetDevice(4), 1);
+  EXPECT_TRUE(board().FirmwareRuns());
+  EXPECT_EQ(board().ram(1), 0x01);
+  EXPECT_NE(DebugText().find("0 : 0000020100\n"), std::string::npos);
+
+  // Gone: connected stays 1 for the process, the operations fail.
+  bench().SetFault("usb-unplug");
+  EXPECT_EQ(BriskSetDevice(4), 1);
+  EXPECT_EQ(SetPortVal(1, 1), 0u);
+
+  Configure("adapter=tcon-usb,fault=usb-unplug");
+  EXPECT_EQ(BriskSetDevice(4), 0);
+  uint8_t value = 0;
+  EXPECT_EQ(GetPortVal(1, &value), 0u);
+  EXPECT_EQ(I2cReadByte(0xF4, 0x70, &value), 0u);
+  I2cSetClockRate(400);
+
+  Configure("adapter=lpt");
+  I2cSetClockRate(400);
+  EXPECT_EQ(BriskSetDevice(4), 0);
+  EXPECT_EQ(I2c_ReadStringEx("F4-70-F5-"), -2);
+  EXPECT_EQ(I2c_String("F4-70-00"), 1u);
+  EXPECT_EQ(SPIReadID(), 0u);
+}
+
+TEST_F(TconBoard, OperationsConnectByThemselves) {
+  bench().platform().sharedMemory.Section().bDeviceType = 4;
+  EXPECT_EQ(SetPortVal(3, 4), 1u);
+  EXPECT_EQ(board().port(3), 4);
+}
+
+TEST_F(TconBoard, AMissingFirmwareFileIsNamed) {
+  std::filesystem::remove("firmware.hex");
+  EXPECT_EQ(BriskSetDevice(4), 1);
+  EXPECT_NE(DebugText().find("firmware.hex"), std::string::npos);
+  for (const auto& [setup, data] : board().seen) EXPECT_NE(setup.request, 0xA0);
+  EXPECT_EQ(I2cWriteByte(0xF4, 1, 1), 0u);  // no firmware answers
+}
+
+// Images as srec_cat writes them.
+struct Image {
+  const char* name;
+  const char* filters;  // of srec_cat, behind "in.bin -binary"
+  const char* output;   // behind "-intel"
+  std::function<std::string(std::string)> edit;
+};
+
+class FirmwareImages : public TconBoard, public testing::WithParamInterface<Image> {};
+
+std::string AsIs(std::string text) { return text; }
+std::string Lower(std::string text) {
+  for (char& letter : text) letter = static_cast<char>(std::tolower(letter));
+  return text;
+}
+std::string CrLf(std::string text) {
+  std::string out;
+  for (const char letter : text) out += letter == '\n' ? "\r\n" : std::string(1, letter);
+  return out;
+}
+std::string Comments(std::string text) {
+  std::string out = "// firmware\n\n";
+  for (const char letter : text) out += letter == '\n' ? " // note\n" : std::string(1, letter);
+  return out + "  \n//\n";
+}
+
+const Image kImages[] = {
+    {"Whole", "", "", AsIs},
+    {"LongRecords", "", "-output_block_size=255", AsIs},
+    {"CrossingTheEnd", "-offset 0x0008", "-output_block_size=16", AsIs},
+    {"Gaps", "-exclude 0x100 0x180 -exclude 0x1000 0x1001", "", AsIs},
+    {"LowerCase", "", "", Lower},
+    {"CarriageReturns", "", "", CrLf},
+    {"Commented", "", "", Comments},
+    {"Extended", "", "-address_length=4", AsIs},
+};
+
+INSTANTIATE_TEST_SUITE_P(Made, FirmwareImages, testing::ValuesIn(kImages),
+                         [](const auto& image) { return image.param.name; });
+
+TEST_P(FirmwareImages, ArriveInRam) {
+  if (std::system("srec_cat --version >/dev/null 2>&1") != 0) GTEST_SKIP() << "no srec_cat";
+  WriteFile("in.bin", RandomBytes(0x2400));
+  const std::string make = std::string("srec_cat in.bin -binary ") + GetParam().filters;
+  ASSERT_EQ(std::system((make + " -o out.hex -intel " + GetParam().output).c_str()), 0);
+  // What the RAM must hold, from srec_cat again.
+  ASSERT_EQ(std::system((make + " -fill 0x00 0 0x2000 -crop 0 0x2000 -o want.bin -binary").c_str()),
+            0);
+  const Bytes text = ReadFile("out.hex");
+  WriteText("firmware.hex", GetParam().edit(std::string(text.begin(), text.end())));
+
+  EXPECT_EQ(BriskSetDevice(4), 1);
+  Bytes ram;
+  for (uint32_t address = 0; address < 0x2000; ++address) ram.push_back(board().ram(address));
+  EXPECT_EQ(ram, ReadFile("want.bin"));
+  EXPECT_TRUE(board().FirmwareRuns());
+
+  // The CPU is held, the chunks follow, the CPU runs.
+  const auto& seen = board().seen;
+  std::vector<sim::Fx2Board::Seen> loads;
+  std::copy_if(seen.begin(), seen.end(), std::back_inserter(loads),
+               [](const auto& each) { return each.setup.request == 0xA0; });
+  ASSERT_GE(loads.size(), 3u);
+  EXPECT_EQ(loads.front().setup.value, 0xE600);
+  EXPECT_EQ(loads.front().data, Bytes{1});
+  EXPECT_EQ(loads.back().setup.value, 0xE600);
+  EXPECT_EQ(loads.back().data, Bytes{0});
+  for (size_t i = 1; i + 1 < loads.size(); ++i) {
+    EXPECT_LT(loads[i].data.size(), 4096u);
+    EXPECT_LE(loads[i].setup.value + loads[i].data.size(), 0x2000u);
+  }
+}
+
+// The second mode leaves the CPU alone: the running firmware fills the external RAM.
+TEST_F(TconBoard, ExternalRam) {
+  Connect();
+  WriteText("more.hex", ":041FFE0001020304D5\n:0230000005067F\n");
+  class NoProgress : public ProgressReporter {
+    bool Report(uint32_t /*done*/, uint32_t /*total*/) override { return false; }
+  } noProgress;
+  usb::TconUsbBackEnd backEnd(noProgress);
+  EXPECT_FALSE(backEnd.DownloadFirmware("more.hex", usb::RamKind::kExternal));  // no board yet
+  EXPECT_EQ(backEnd.Select(), 1);
+  board().seen.clear();
+  EXPECT_FALSE(backEnd.DownloadFirmware("none.hex", usb::RamKind::kExternal));
+  EXPECT_TRUE(backEnd.DownloadFirmware("more.hex", usb::RamKind::kExternal));
+  EXPECT_EQ(Requests(), (Texts{"A3 v2000 i0 >2 03 04", "A3 v3000 i0 >2 05 06"}));
+  EXPECT_EQ(board().ram(0x2001), 0x04);
+  EXPECT_EQ(board().ram(0x1FFE), 0);
+}
+
+TEST_F(TconBoard, MalformedRecordsAreLeftOut) {
+  WriteText("firmware.hex",
+            ":0100000011EE\n"
+            ":010001002\n"     // odd digits, shorter than its count
+            ":0200020033\n"    // shorter than its count
+            ":0100030044B\n"   // an odd number of digits
+            ":01000400GG77\n"  // not hexadecimal
+            "0100050055A5\n"   // no colon
+            ":0100060066\n"    // no checksum: not looked at
+            ":00000001FF\n");
+  EXPECT_EQ(BriskSetDevice(4), 1);
+  EXPECT_EQ(board().ram(0), 0x11);
+  EXPECT_EQ(board().ram(6), 0x66);
+  for (uint32_t address = 1; address < 6; ++address) EXPECT_EQ(board().ram(address), 0) << address;
+  for (const int line : {2, 3, 4, 5, 6}) {
+    EXPECT_NE(DebugText().find("line " + std::to_string(line) + ":"), std::string::npos) << line;
+  }
+  EXPECT_NE(DebugText().find("0 : 000011\n1 : 000666\n"), std::string::npos);
+  EXPECT_EQ(DebugText().find("line 7:"), std::string::npos);
+}
+
+}  // namespace
+
+namespace usb {
+namespace {
+
+HexRecord Record(uint16_t address, size_t count) {
+  return {address, RandomBytes(count, address), ""};
+}
+
+using Places = std::vector<std::pair<unsigned, size_t>>;
+
+Places PlacesOf(const std::vector<HexRecord>& records, RamKind kind) {
+  Places places;
+  for (const HexChunk& chunk : GatherChunks(records, kind)) {
+    places.emplace_back(chunk.address, chunk.data.size());
+  }
+  return places;
+}
+
+TEST(HexChunks, InternalRam) {
+  std::vector<HexRecord> records;
+  for (unsigned address = 0; address < 0x2000; address += 16) {
+    records.push_back(Record(static_cast<uint16_t>(address), 16));
+  }
+  EXPECT_EQ(PlacesOf(records, RamKind::kInternal),
+            (Places{{0, 4080}, {0xFF0, 4080}, {0x1FE0, 32}}));
+  EXPECT_EQ(PlacesOf({Record(0x1FF8, 16), Record(0x2000, 16)}, RamKind::kInternal),
+            (Places{{0x1FF8, 8}}));
+  EXPECT_EQ(PlacesOf({Record(0x10, 4), Record(0x14, 4), Record(0x20, 4), Record(0x10, 1)},
+                     RamKind::kInternal),
+            (Places{{0x10, 8}, {0x20, 4}, {0x10, 1}}));
+}
+
+TEST(HexChunks, ExternalRam) {
+  EXPECT_EQ(PlacesOf({Record(0x1FF0, 8), Record(0x1FF8, 16), Record(0x2008, 4), Record(0x3000, 2)},
+                     RamKind::kExternal),
+            (Places{{0x2000, 12}, {0x3000, 2}}));
+  const auto chunks = GatherChunks({Record(0x1FF8, 16)}, RamKind::kExternal);
+  const auto whole = RandomBytes(16, 0x1FF8);
+  ASSERT_EQ(chunks.size(), 1u);
+  EXPECT_EQ(chunks[0].data, std::vector<uint8_t>(whole.begin() + 8, whole.end()));
+  EXPECT_TRUE(PlacesOf({Record(0x1FF0, 16)}, RamKind::kExternal).empty());
+}
+
+}  // namespace
+}  // namespace usb
+}  // namespace brisk
