@@ -3,6 +3,7 @@
 #include "eeprom.h"
 #include "nor_flash.h"
 #include "options.h"
+#include "picture_receiver.h"
 #include "timing_controller.h"
 #include "trace.h"
 
@@ -13,7 +14,9 @@ Board::Board(const Options& options, VirtualClock& clock, Trace& trace, Faults& 
       spi_(trace),
       picture_(trace),
       controller_(std::make_unique<TimingController>(options, i2c_, faults)),
+      receiver_(std::make_unique<PictureReceiver>(*controller_)),
       eeprom_(std::make_unique<Eeprom>(i2c_, faults, clock)) {
+  picture_.SetDevice(receiver_.get());
   if (options.flash != nullptr) {
     flash_ = std::make_unique<NorFlash>(*options.flash, options.chipEraseMs, clock, faults);
     spi_.SetDevice(flash_.get());

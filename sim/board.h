@@ -11,6 +11,7 @@ namespace brisk::sim {
 class Eeprom;
 class Faults;
 class NorFlash;
+class PictureReceiver;
 class RegisterFile;
 class TimingController;
 class Trace;
@@ -38,6 +39,7 @@ class Board {
   std::recursive_mutex& mutex() { return mutex_; }
 
   TimingController& controller() { return *controller_; }
+  PictureReceiver& receiver() { return *receiver_; }
   Eeprom& eeprom() { return *eeprom_; }
   NorFlash* flash() { return flash_.get(); }        // null when the board has none
   RegisterFile* tenBit() { return tenBit_.get(); }  // null when the board has none
@@ -48,6 +50,7 @@ class Board {
   PictureWires picture_;
   std::recursive_mutex mutex_;
   std::unique_ptr<TimingController> controller_;
+  std::unique_ptr<PictureReceiver> receiver_;
   std::unique_ptr<Eeprom> eeprom_;
   std::unique_ptr<NorFlash> flash_;
   std::unique_ptr<RegisterFile> tenBit_;

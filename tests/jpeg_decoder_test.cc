@@ -280,22 +280,17 @@ TEST(JpegDecoder, OtherProcessesAreRejected) {
 }
 
 TEST(JpegDecoder, LimitIsInclusive) {
-  JpegModel model;
-  model.Fill(1, 1, 1);
-  Bytes file = EncodeModel(model);
-  const auto frame = static_cast<size_t>(
-      std::search(file.begin(), file.end(), std::begin({0xFF, 0xC0}), std::end({0xFF, 0xC0})) -
-      file.begin());
+  Patient patient;
   const auto setSize = [&](unsigned width, unsigned height) {
-    file[frame + 5] = static_cast<uint8_t>(height >> 8);
-    file[frame + 6] = static_cast<uint8_t>(height);
-    file[frame + 7] = static_cast<uint8_t>(width >> 8);
-    file[frame + 8] = static_cast<uint8_t>(width);
+    patient.In(0xC0, 1) = static_cast<uint8_t>(height >> 8);
+    patient.In(0xC0, 2) = static_cast<uint8_t>(height);
+    patient.In(0xC0, 3) = static_cast<uint8_t>(width >> 8);
+    patient.In(0xC0, 4) = static_cast<uint8_t>(width);
   };
   setSize(8192, 8192 + 1);
-  EXPECT_EQ(Decode(file).status, kBad);
+  EXPECT_EQ(Decode(patient.bytes).status, kBad);
   setSize(65535, 1024);
-  EXPECT_EQ(Decode(file).status, kOk);  // 65536 x 1024: damaged, but within the limit
+  EXPECT_EQ(Decode(patient.bytes).status, kOk);  // 65536 x 1024: damaged, but within the limit
 }
 
 TEST(JpegDecoder, FilesAndStopRequests) {

@@ -1,5 +1,6 @@
 #include "platform/system.h"
 
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include "platform/linux/never_destroyed.h"
@@ -14,6 +15,12 @@ class LinuxSystem final : public System {
   bool IsNt() override { return true; }
   // There is no folder of driver images: no image is embedded either, so none is ever written.
   std::string SystemDirectory() override { return {}; }
+  void ExpectFullUse(void* memory, size_t size) override {
+    constexpr uintptr_t kPage = 4096;
+    const auto begin = (reinterpret_cast<uintptr_t>(memory) + kPage - 1) / kPage * kPage;
+    const auto end = (reinterpret_cast<uintptr_t>(memory) + size) / kPage * kPage;
+    if (begin < end) madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE);
+  }
 };
 
 // Port permission is asked of the kernel, not of an installed service.
