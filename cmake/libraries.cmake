@@ -9,7 +9,8 @@ endif()
 function(brisk_shared_library name)
   add_library(${name} SHARED)
   target_link_libraries(${name} PRIVATE ${ARGN} brisk_library_entry)
-  target_include_directories(${name} INTERFACE ${PROJECT_SOURCE_DIR}/include)
+  target_include_directories(${name} INTERFACE
+    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include> $<INSTALL_INTERFACE:include>)
   if(WIN32)
     # The image base is fixed because a relocation inside the shared section would be applied to
     # the bytes that all processes see; without stdcall fix-up a wrong argument size in the export
@@ -18,7 +19,7 @@ function(brisk_shared_library name)
       brisk_windows_exports(${name} BRISK)
       brisk_carry_driver(${name})
     else()
-      brisk_windows_exports(${name} ${name})
+      brisk_windows_exports(${name} ${name} "BriskSimConfigure 12 =")
     endif()
     target_link_options(${name} PRIVATE
       -static -static-libgcc -static-libstdc++

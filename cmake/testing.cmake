@@ -1,6 +1,6 @@
 # Tests and fuzzers.
 #
-#   brisk_add_test(NAME source... [PLATFORM sim|system|alone|none] [TIMEOUT seconds]
+#   brisk_add_test(NAME source... [PLATFORM sim|system|alone|library|none] [TIMEOUT seconds]
 #                  [LABELS label...] [LIBRARIES target...])
 #
 # builds one GoogleTest program and runs it as one test. It links the library's objects and, by
@@ -47,10 +47,12 @@ function(brisk_platform_libraries result platform)
     set(${result} brisk_objects brisk_platform PARENT_SCOPE)
   elseif(platform STREQUAL "alone")
     set(${result} brisk_platform PARENT_SCOPE)
+  elseif(platform STREQUAL "library")
+    set(${result} brisk PARENT_SCOPE)
   elseif(platform STREQUAL "none")
     set(${result} brisk_objects PARENT_SCOPE)
   else()
-    message(FATAL_ERROR "PLATFORM ${platform}: expected sim, system, alone or none")
+    message(FATAL_ERROR "PLATFORM ${platform}: expected sim, system, alone, library or none")
   endif()
 endfunction()
 

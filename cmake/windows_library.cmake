@@ -1,4 +1,5 @@
-# brisk_windows_exports(TARGET NAME): gives the Windows library NAME.dll exactly the exports of exports.txt.
+# brisk_windows_exports(TARGET NAME [row...]): gives the Windows library NAME.dll exactly the exports
+# of exports.txt, and those of further rows in the same form.
 #
 # Two definition files are written for the build's architecture: the linker's (exported name on the
 # left, symbol on the right) and the import library's (the symbol that a client of the C headers
@@ -13,6 +14,7 @@ endif()
 function(brisk_export_lines exportsResult importsResult)
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${BRISK_EXPORT_LIST})
   file(STRINGS ${BRISK_EXPORT_LIST} rows REGEX "^[A-Za-z]")
+  list(APPEND rows ${ARGN})
   set(exports "")
   set(imports "")
   foreach(row IN LISTS rows)
@@ -41,7 +43,7 @@ function(brisk_export_lines exportsResult importsResult)
 endfunction()
 
 function(brisk_windows_exports target name)
-  brisk_export_lines(exports imports)
+  brisk_export_lines(exports imports ${ARGN})
   set(exportFile ${CMAKE_BINARY_DIR}/${target}_exports.def)
   set(importFile ${CMAKE_BINARY_DIR}/${target}_imports.def)
   # Not file(CONFIGURE): the decorated names hold pairs of @.

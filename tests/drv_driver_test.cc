@@ -30,6 +30,7 @@ class DriverTest : public testing::Test {
  protected:
   DriverTest() {
     EXPECT_EQ(sim::ReplaceBench(""), "");
+    driverRequestBuffer.fill(0);
     windows = std::make_unique<WindowsServices>(bench());
     bench().resources().Add("ICD_SYS", kImage);
     UseSystemDirectory(folder.File("system"));
@@ -184,7 +185,9 @@ TEST_P(DriverFileTest, Extract) {
   if (!test.writable) UseSystemDirectory(folder.File("missing") + "/system");
   const std::string path = test.nt ? DriverFile() : directory + "\\kgated.vxd";
   if (test.create) WriteFile(path, test.present);
-  if (*test.fault != 0) ASSERT_EQ(bench().SetFault(test.fault), "");
+  if (*test.fault != 0) {
+    ASSERT_EQ(bench().SetFault(test.fault), "");
+  }
   EXPECT_EQ(driver.Drv_Extract(), test.result);
   bench().ClearFaults();
   EXPECT_EQ(ReadFile(path), test.after);

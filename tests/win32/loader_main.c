@@ -104,11 +104,13 @@ static uint8_t* SharedBytes(HMODULE library) {
 
 static void TwoProcesses(HMODULE library, const char* self) {
   char command[MAX_PATH + 16];
-  STARTUPINFOA startup = {sizeof startup};
+  STARTUPINFOA startup;
   PROCESS_INFORMATION process;
   const uint8_t* const shared = SharedBytes(library);
   Check(shared != NULL, "section .SHAREDA");
   if (shared == NULL) return;
+  memset(&startup, 0, sizeof startup);
+  startup.cb = sizeof startup;
   BriskSetDevice(5);
   Check(shared[kDeviceType] == 5, "the device type stands in the section");
   snprintf(command, sizeof command, "\"%s\" --child", self);
