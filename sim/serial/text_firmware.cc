@@ -98,9 +98,7 @@ class TextFirmware final : public BridgeFirmware {
     if (!bytes) return;
     const std::lock_guard lock(board_.mutex());
     const uint8_t first = bytes->front();
-    const bool tenBit = (first & 0xF8) == 0xF0;
-    const bool combined =
-        !tenBit && bytes->size() > 1 && (first & 1) == 0 && bytes->back() == (first | 1);
+    const bool combined = bytes->size() > 1 && (first & 1) == 0 && bytes->back() == (first | 1);
     if (combined) bytes->pop_back();
     master_.Start();
     bool ok = WriteAll(*bytes);
