@@ -15,7 +15,7 @@ struct ClosePipe {
   void operator()(std::FILE* pipe) const { pclose(pipe); }
 };
 
-std::string Run(const std::string& command) {
+std::string OutputOf(const std::string& command) {
   const std::unique_ptr<std::FILE, ClosePipe> pipe(popen(command.c_str(), "r"));
   std::string output;
   std::array<char, 4096> buffer{};
@@ -31,8 +31,8 @@ class FtdiWires : public FtdiTest {
   // The trace so far, which ends, as the decoder's annotations without line breaks.
   std::string Decoded(const std::string& decoder, const std::string& annotations) {
     bench().trace().Close();
-    std::string text = Run("sigrok-cli -I vcd:downsample=250 -i " + path + " -P " + decoder +
-                           " -A " + annotations + " 2>&1");
+    std::string text = OutputOf("sigrok-cli -I vcd:downsample=250 -i " + path + " -P " + decoder +
+                                " -A " + annotations + " 2>&1");
     for (char& c : text) {
       if (c == '\n') c = ' ';
     }
