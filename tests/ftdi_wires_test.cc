@@ -69,9 +69,9 @@ TEST_F(FtdiWires, FamilyAtEverySpeedAndMode) {
       EXPECT_EQ(I2C_Read(handle, control, 2, 1, 10, I2C_BYTE_READ_TYPE, read, 1), 0u);
       EXPECT_EQ(read[0], 0x12);
       EXPECT_EQ(Without(Decoded(kI2c, kI2cAnnotations), "i2c-1: "),
-                "Start Address write: 7A ACK Data write: 20 ACK Data write: 12 ACK "
-                "Data write: 34 ACK Stop Start Address write: 7A ACK Data write: 20 ACK "
-                "Start repeat Address read: 7A ACK Data read: 12 NACK Stop ")
+                "Start Write Address write: 7A ACK Data write: 20 ACK Data write: 12 ACK "
+                "Data write: 34 ACK Stop Start Write Address write: 7A ACK Data write: 20 ACK "
+                "Start repeat Read Address read: 7A ACK Data read: 12 NACK Stop ")
           << adapter << ", mode " << mode;
     }
   }
@@ -86,10 +86,12 @@ TEST_F(FtdiWires, DeviceType8) {
   EXPECT_EQ(I2cWriteData(0xF4, &address, 1, data, 2), 1u);
   I2cSetClockRate(200);
   EXPECT_EQ(I2cReadData(0xF4, &address, 1, read, 2), 1u);
-  EXPECT_EQ(Without(Decoded(kI2c, kI2cAnnotations), "i2c-1: "),
-            "Start Address write: 7A ACK Data write: 20 ACK Data write: 12 ACK Data write: 34 ACK "
-            "Stop Start Address write: 7A ACK Data write: 20 ACK Start repeat Address read: 7A ACK "
-            "Data read: 12 ACK Data read: 34 NACK Stop ");
+  EXPECT_EQ(
+      Without(Decoded(kI2c, kI2cAnnotations), "i2c-1: "),
+      "Start Write Address write: 7A ACK Data write: 20 ACK Data write: 12 ACK Data write: 34 ACK "
+      "Stop Start Write Address write: 7A ACK Data write: 20 ACK Start repeat Read Address read: "
+      "7A ACK "
+      "Data read: 12 ACK Data read: 34 NACK Stop ");
 }
 
 TEST_F(FtdiWires, Flash) {
