@@ -72,7 +72,8 @@ std::string CheckArgument(const Kind& kind, Fault* fault) {
       return "fault '" + name + "' takes a number, not '" + fault->argument + "'";
     case Argument::kD2xxFunction:
       if (fault->argument.starts_with("FT_")) return "";
-      return "fault '" + name + "' takes a function such as FT_Write, not '" + fault->argument + "'";
+      return "fault '" + name + "' takes a function such as FT_Write, not '" + fault->argument +
+             "'";
     case Argument::kDevice:
       break;
   }
