@@ -14,8 +14,8 @@ class DynamicLibrary {
   // Null when the library lacks it.
   virtual void* Symbol(const char* name, uint16_t ordinal) = 0;
   // Releases a handle that one of its functions returned and that belongs to the system
-  // (CloseHandle). Systems on which such handles are the library's own business do nothing.
-  virtual void CloseSystemHandle(void* /*handle*/) {}
+  // (CloseHandle). False on systems where such handles are the library's own business.
+  virtual bool CloseSystemHandle(void* /*handle*/) { return false; }
 };
 
 // Vendor libraries, bound at run time because most machines have none of them. `name` is the bare

@@ -30,7 +30,6 @@ bool BoardLibrary::Load() {
   Bind(*library_, "W6563_OpenPipe", &openPipe_);
   Bind(*library_, "W6563_BulkWrite", &bulkWrite_);
   Bind(*library_, "W6563_BulkRead", &bulkRead_);
-  Bind(*library_, "W6563_CloseHandle", &close_);
   const bool complete =
       openDev_ != nullptr && openPipe_ != nullptr && bulkWrite_ != nullptr && bulkRead_ != nullptr;
   if (!complete) library_.reset();
@@ -56,10 +55,10 @@ void BoardLibrary::Unload() {
 
 void BoardLibrary::CloseHandle(void*& handle) {
   if (handle == nullptr) return;
-  if (close_ != nullptr) {
-    close_(handle);
-  } else {
-    library_->CloseSystemHandle(handle);
+  if (!library_->CloseSystemHandle(handle)) {
+    Close close = nullptr;
+    Bind(*library_, "W6563_CloseHandle", &close);
+    if (close != nullptr) close(handle);
   }
   handle = nullptr;
 }

@@ -39,6 +39,7 @@ class BoardLibrary {
   using Bulk = uint32_t(BRISK_CALL*)(void* pipe, void* buffer, uint32_t length, uint32_t* count);
   using Close = void(BRISK_CALL*)(void* handle);
 
+  // By the system, or by a function that the library offers where its handles are its own.
   void CloseHandle(void*& handle);
 
   std::unique_ptr<DynamicLibrary> library_;
@@ -46,7 +47,6 @@ class BoardLibrary {
   OpenPipe openPipe_ = nullptr;
   Bulk bulkWrite_ = nullptr;  // on the second pipe it fetches the board's reply
   Bulk bulkRead_ = nullptr;
-  Close close_ = nullptr;  // offered by libraries whose handles are not the system's
   void* device_ = nullptr;
   void* pipeOut_ = nullptr;
   void* pipeIn_ = nullptr;

@@ -23,6 +23,10 @@ class LoadedLibrary final : public DynamicLibrary {
     }
     return symbol;
   }
+  bool CloseSystemHandle(void* handle) override {
+    CloseHandle(handle);
+    return true;
+  }
 
  private:
   HMODULE module_;
