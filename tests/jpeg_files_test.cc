@@ -47,8 +47,8 @@ const Encoder kEncoders[] = {
 
 // Truncation in the inverse DCT and in the colours lowers results by up to a few steps where the
 // other decoder rounds. Both bounds hold per channel.
-constexpr int kLargest = 6;
-constexpr double kMean = 1.6;
+constexpr int kLargest = 4;
+constexpr double kMean = 1.6;  // of pictures large enough for one
 
 TEST(JpegFiles, DifferFromAnotherDecoderByTruncationOnly) {
   ASSERT_TRUE(Shell("cjpeg -version 2> /dev/null") && Shell("convert -version > /dev/null"))
@@ -74,9 +74,13 @@ TEST(JpegFiles, DifferFromAnotherDecoderByTruncationOnly) {
       const PictureDifference difference = Compare(actual, expected);
       for (size_t c = 0; c < 3; ++c) {
         EXPECT_LE(difference.largest[c], kLargest) << encoder.name << ", channel " << c;
-        EXPECT_LE(difference.mean[c], kMean) << encoder.name << ", channel " << c;
+        if (source.bytes.size() >= 3000) {
+          EXPECT_LE(difference.mean[c], kMean) << encoder.name << ", channel " << c;
+        }
         worst.largest[c] = std::max(worst.largest[c], difference.largest[c]);
-        worst.mean[c] = std::max(worst.mean[c], difference.mean[c]);
+        if (source.bytes.size() >= 3000) {
+          worst.mean[c] = std::max(worst.mean[c], difference.mean[c]);
+        }
       }
     }
   }

@@ -140,7 +140,7 @@ TEST_F(PictureStream, SmallPictureInALargeFrame) {
   ASSERT_EQ(Show(800, 600), 0U);
   EXPECT_EQ(recorder.words.size(), 2U + 600 * (400 + 112));
   EXPECT_EQ(recorder.words[2 + 400], Word(32, 0));
-  EXPECT_EQ(recorder.words[2 + 512].second & 0xFFFF, 0x8008U);
+  EXPECT_EQ(recorder.words[2 + 512].second & 0xFFFF, 0x800AU);  // row 1 begins
   ASSERT_EQ(recorder.reports.size(), 600U);
   EXPECT_EQ(recorder.reports.back(), Word(600, 600));
 }

@@ -48,7 +48,10 @@ SharedObjectUser::~SharedObjectUser() {
   if (Lock(file_, kGate, F_WRLCK, Waiting::kYes) && Lock(file_, kUse, F_WRLCK, Waiting::kNo)) {
     shm_unlink(name_.c_str());
   }
-  // Not left to the closing: the mapping that a forked child inherited keeps the file open.
+  // Neither lock is left to the closing: the mapping that a forked child inherited keeps the file
+  // open. The use goes first, or the next one through the gate would still find us here and leave
+  // the object behind.
+  Lock(file_, kUse, F_UNLCK, Waiting::kNo);
   Lock(file_, kGate, F_UNLCK, Waiting::kNo);
   Close();
 }
