@@ -165,8 +165,8 @@ Outcome Dump(Session& session, const TransferArguments& arguments) {
   }
   if (!ReadRegisters(session, arguments, address, bytes, kBlock, failedAt)) {
     if (Progress::Interrupted()) {
-      return OperationFailure("dump device " + Hex(address),
-                              "stopped at register " + Hex(failedAt), "start it again");
+      return OperationFailure("dump device " + Hex(address), "stopped at register " + Hex(failedAt),
+                              "start it again");
     }
     return NotAcknowledged(session, "read " + Place(arguments, address, failedAt), address);
   }
@@ -242,8 +242,7 @@ Outcome Scan(Session& session, const ScanArguments& arguments) {
 }
 
 void AddDevice(CLI::App* app, TransferArguments& arguments) {
-  AddNumber(app, "DEVICE", arguments.device, "device address, 8-bit form (0xF4)", 0xFF)
-      ->required();
+  AddNumber(app, "DEVICE", arguments.device, "device address, 8-bit form (0xF4)", 0xFF)->required();
   app->add_flag("--7bit", arguments.sevenBit, "DEVICE is in the 7-bit form (0x7A)");
 }
 

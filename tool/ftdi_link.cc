@@ -35,7 +35,8 @@ const char* Advice(uint32_t status) {
              "installed";
     case kDeviceNotOpened:
     case kInUse:
-      return "close the other program that has the interface open, and check that you may access it";
+      return "close the other program that has the interface open, and check that you may "
+             "access it";
     case kNoControlAcknowledge:
     case kNoDataAcknowledge:
       return "check power and wiring of the board and the address; brisk --device ftdi i2c scan "
@@ -116,10 +117,9 @@ std::variant<std::unique_ptr<FtdiLink>, Failure> FtdiLink::Open(Session& session
 uint32_t FtdiLink::Start() {
   const Api& api = session_.api();
   const uint32_t opened =
-      interface_.hiSpeed
-          ? api.I2C_OpenHiSpeedDevice(interface_.name.c_str(), interface_.location,
-                                      interface_.channel.c_str(), &handle_)
-          : api.I2C_OpenEx(interface_.name.c_str(), interface_.location, &handle_);
+      interface_.hiSpeed ? api.I2C_OpenHiSpeedDevice(interface_.name.c_str(), interface_.location,
+                                                     interface_.channel.c_str(), &handle_)
+                         : api.I2C_OpenEx(interface_.name.c_str(), interface_.location, &handle_);
   if (opened != 0) return opened;
   open_ = true;
   const uint32_t divisor = Divisor(interface_.hiSpeed ? kHiSpeedKHz : kFullSpeedKHz,
@@ -176,7 +176,8 @@ uint32_t FtdiLink::GetPins(uint32_t& levels) {
   if (!interface_.hiSpeed) {
     GpioLevels pins{};
     const uint32_t status = session_.api().I2C_GetGPIOs(handle_, &pins);
-    for (uint32_t i = 0; i < std::size(pins.high); ++i) levels |= (pins.high[i] != 0 ? 1U : 0U) << i;
+    for (uint32_t i = 0; i < std::size(pins.high); ++i)
+      levels |= (pins.high[i] != 0 ? 1U : 0U) << i;
     return status;
   }
   HiSpeedLowGpioLevels low{};

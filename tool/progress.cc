@@ -109,8 +109,7 @@ std::string Progress::DoneOfTotal() const { return Amount(done_) + " of " + Amou
 
 std::string Progress::Line() const {
   const double seconds = std::chrono::duration<double>(Clock::now() - began_).count();
-  std::string line =
-      label_ + " " + std::to_string(done_ * 100 / total_) + "%  " + DoneOfTotal();
+  std::string line = label_ + " " + std::to_string(done_ * 100 / total_) + "%  " + DoneOfTotal();
   if (seconds <= 0 || done_ == 0) return line;
   const double rate = static_cast<double>(done_) / seconds;
   line += "  " + Amount(static_cast<uint64_t>(rate)) + "/s";
