@@ -51,7 +51,7 @@ std::optional<Failure> CheckPins(const FtdiLink& link, const Arguments& argument
   return UsageFailure("set the pins " + Hex(asked),
                       link.interface().chip + " has only the pins " + Hex(link.KnownPins()),
                       "bits 0 to 3 are GPIOH0 to GPIOH3; on hi-speed chips 4 to 7 are GPIOH4 to "
-                      "GPIOH7 and 8 to 11 GPIOL0 to GPIOL3");
+                      "GPIOH7 and 9 to 11 GPIOL1 to GPIOL3");
 }
 
 Outcome Gpio(Session& session, const Arguments& arguments) {
@@ -139,7 +139,7 @@ void AddFtdiCommands(CLI::App& app, Command& chosen) {
   AddLink(gpio, *arguments);
   CLI::Option* const output =
       AddNumber(gpio, "--output", arguments->outputs,
-                "pins to drive: bit n is GPIOHn; on hi-speed chips bits 8 to 11 are GPIOL0 to 3");
+                "pins to drive: bit n is GPIOHn; on hi-speed chips bits 9 to 11 are GPIOL1 to 3");
   AddNumber(gpio, "--level", arguments->levels, "their levels (default 0)")->needs(output);
   OnCommand(gpio, chosen, arguments, Gpio);
 

@@ -8,12 +8,16 @@
 namespace brisk::tool {
 namespace {
 
+constexpr const char* kSimulatedChip = "ft2232c";
 constexpr uint32_t kMostInterfaces = 50;
 constexpr uint32_t kFullSpeedKHz = 12000;
 constexpr uint32_t kHiSpeedKHz = 60000;
 constexpr uint32_t kDefaultRate = 100;
 constexpr uint32_t kMostDivisor = 65535;
 constexpr uint32_t kLowPins = 8;  // where GPIOL0 stands in the masks
+// Without GPIOL0, which the library always drives high. The FT4232H has no GPIOH pins.
+constexpr uint32_t kLowPinMask = 0xE00;
+constexpr uint32_t kHighPinMask = 0x0FF;
 
 // Statuses that the advice distinguishes.
 constexpr uint32_t kDeviceNotFound = 2;
@@ -80,6 +84,7 @@ void AppendHiSpeed(Session& session, std::vector<FtdiInterface>& found) {
     one.channel = channel.data();
     one.chip = type == I2C_FT4232H_DEVICE ? "FT4232H" : "FT2232H";
     one.hiSpeed = true;
+    one.pins = type == I2C_FT4232H_DEVICE ? kLowPinMask : kLowPinMask | kHighPinMask;
     found.push_back(one);
   }
 }
@@ -89,7 +94,7 @@ uint32_t Bit(uint32_t mask, uint32_t bit) { return mask >> bit & 1U; }
 }  // namespace
 
 std::variant<std::vector<FtdiInterface>, Failure> ListFtdi(Session& session) {
-  if (std::optional<Failure> failure = session.Load()) return *failure;
+  if (std::optional<Failure> failure = session.Load(kSimulatedChip)) return *failure;
   std::vector<FtdiInterface> found;
   AppendFullSpeed(session, found);
   AppendHiSpeed(session, found);

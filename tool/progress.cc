@@ -105,7 +105,10 @@ std::string Progress::Amount(uint64_t count) const {
   return {};
 }
 
-std::string Progress::DoneOfTotal() const { return Amount(done_) + " of " + Amount(total_); }
+std::string Progress::DoneOfTotal() const {
+  const std::string done = unit_ == Unit::kBytes ? Size(done_) : std::to_string(done_);
+  return done + " of " + Amount(total_);
+}
 
 std::string Progress::Line() const {
   const double seconds = std::chrono::duration<double>(Clock::now() - began_).count();

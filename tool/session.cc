@@ -61,11 +61,11 @@ std::optional<Failure> Session::Ready(Ability ability) {
   return Connect();
 }
 
-std::optional<Failure> Session::Load() {
+std::optional<Failure> Session::Load(const char* adapter) {
   if (loaded_) return std::nullopt;
   if (std::optional<Failure> failure = library_.Load(options_.simulated)) return failure;
   if (options_.simulated) {
-    if (std::optional<Failure> failure = ConfigureBench()) return failure;
+    if (std::optional<Failure> failure = ConfigureBench(adapter)) return failure;
   }
   loaded_ = true;
   if (options_.verbose) api().BriskEnableDebug(1);
@@ -74,10 +74,10 @@ std::optional<Failure> Session::Load() {
   return std::nullopt;
 }
 
-std::optional<Failure> Session::ConfigureBench() {
+std::optional<Failure> Session::ConfigureBench(const char* adapter) {
   std::string parameters = options_.simulation;
   if (!HasKey(parameters, "adapter")) {
-    Append(parameters, std::string("adapter=") + device().adapter);
+    Append(parameters, std::string("adapter=") + (adapter == nullptr ? device().adapter : adapter));
   }
   if (!options_.trace.empty()) Append(parameters, "trace=" + Escaped(options_.trace));
   std::array<char, 2048> message{};
