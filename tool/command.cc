@@ -9,8 +9,8 @@ uint32_t Number(const std::string& name, const std::string& text, uint32_t limit
   const std::optional<uint32_t> value = ParseNumber(text, limit);
   if (value) return *value;
   if (ParseNumber(text)) {
-    throw CLI::ValidationError(name, text + " is above " + std::to_string(limit) + " (" +
-                                         Hex(limit) + ")");
+    throw CLI::ValidationError(
+        name, text + " is above " + std::to_string(limit) + " (" + Hex(limit) + ")");
   }
   throw CLI::ValidationError(name, "\"" + text + "\" is no number (decimal, or 0x and hex digits)");
 }
@@ -20,7 +20,8 @@ CLI::Option* Add(CLI::App* app, const std::string& name, Target& value, const st
                  uint32_t limit) {
   return app
       ->add_option_function<std::string>(
-          name, [&value, name, limit](const std::string& given) { value = Number(name, given, limit); },
+          name,
+          [&value, name, limit](const std::string& given) { value = Number(name, given, limit); },
           text)
       ->type_name("NUMBER");
 }

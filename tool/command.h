@@ -1,12 +1,11 @@
 #pragma once
 
+#include <CLI/CLI.hpp>
 #include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
 #include <vector>
-
-#include <CLI/CLI.hpp>
 
 #include "outcome.h"
 #include "session.h"

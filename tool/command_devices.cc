@@ -8,8 +8,8 @@ namespace {
 
 struct Arguments {};
 
-constexpr Ability kShown[] = {kI2c, kString, kFlash, kPicture, kPll, kLines, kRegisterRead,
-                              kRegisterWrite};
+constexpr Ability kShown[] = {kI2c, kString, kFlash,        kPicture,
+                              kPll, kLines,  kRegisterRead, kRegisterWrite};
 
 std::vector<std::string> Abilities(const DeviceType& device) {
   std::vector<std::string> names;

@@ -48,7 +48,8 @@ std::variant<std::vector<uint8_t>, Failure> Image(const Arguments& arguments) {
   std::string error;
   std::optional<std::vector<uint8_t>> bytes = ReadFile(arguments.file, error);
   if (!bytes) return OperationFailure(tried, error, "check its name and that you may read it");
-  if (bytes->empty()) return OperationFailure(tried, "it is empty", "check that it is the right file");
+  if (bytes->empty())
+    return OperationFailure(tried, "it is empty", "check that it is the right file");
   if (arguments.size && *arguments.size > bytes->size()) {
     return UsageFailure(tried,
                         "it holds " + std::to_string(bytes->size()) + " bytes, --size asks for " +
@@ -130,8 +131,11 @@ Outcome Program(Session& session, const Arguments& arguments) {
   const std::string erase = arguments.erase.empty() ? unless : arguments.erase;
   const auto size = static_cast<uint32_t>(bytes.size());
   Reply reply;
-  reply.data = {{"flash", chip.Data()}, {"address", arguments.address}, {"size", size},
-                {"erase", erase},       {"verified", false}};
+  reply.data = {{"flash", chip.Data()},
+                {"address", arguments.address},
+                {"size", size},
+                {"erase", erase},
+                {"verified", false}};
   if (arguments.dryRun) {
     reply.data["dryRun"] = true;
     reply.text = PlanText(session, chip, arguments, erase, size);
@@ -205,9 +209,9 @@ std::optional<Failure> CheckEraseRange(const Arguments& arguments) {
   }
   if (arguments.address >= kAddressable || *arguments.size > kAddressable) return std::nullopt;
   const Sectors sectors = Touched(arguments.address, *arguments.size);
-  return UsageFailure(tried, "only whole sectors of 0x10000 bytes can be erased",
-                      "this range lies in --address " + Hex(sectors.address) + " --size " +
-                          Hex(sectors.size));
+  return UsageFailure(
+      tried, "only whole sectors of 0x10000 bytes can be erased",
+      "this range lies in --address " + Hex(sectors.address) + " --size " + Hex(sectors.size));
 }
 
 Outcome Erase(Session& session, const Arguments& arguments) {
@@ -224,8 +228,7 @@ Outcome Erase(Session& session, const Arguments& arguments) {
     return *failure;
   }
   if (!arguments.noVerify) {
-    if (std::optional<Failure> failure =
-            job.Verify(std::vector<uint8_t>(size, 0xFF), address)) {
+    if (std::optional<Failure> failure = job.Verify(std::vector<uint8_t>(size, 0xFF), address)) {
       return *failure;
     }
   }
@@ -272,8 +275,8 @@ Outcome WriteByte(Session& session, const Arguments& arguments) {
                 {"address", arguments.address},
                 {"value", arguments.value},
                 {"verified", true}};
-  reply.text = "wrote " + Hex(arguments.value) + " at " + Hex(arguments.address, 6) +
-               " and verified\n";
+  reply.text =
+      "wrote " + Hex(arguments.value) + " at " + Hex(arguments.address, 6) + " and verified\n";
   return reply;
 }
 
@@ -321,7 +324,8 @@ void AddFlashCommands(CLI::App& app, Command& chosen) {
   AddRange(verify, *arguments, "only the first bytes of the file");
 
   arguments = std::make_shared<Arguments>();
-  CLI::App* const erase = Add(group, chosen, "erase", "Erase the chip or sectors", arguments, Erase);
+  CLI::App* const erase =
+      Add(group, chosen, "erase", "Erase the chip or sectors", arguments, Erase);
   erase->add_flag("--chip", arguments->chip, "the whole chip");
   AddRange(erase, *arguments, "bytes, whole sectors of 0x10000");
   erase->add_flag("--no-verify", arguments->noVerify, "do not check that the range reads FF");

@@ -48,10 +48,10 @@ Outcome List(Session& session, const Arguments& /*arguments*/) {
 std::optional<Failure> CheckPins(const FtdiLink& link, const Arguments& arguments) {
   const uint32_t asked = arguments.outputs.value_or(0) | arguments.levels;
   if ((asked & ~link.KnownPins()) == 0) return std::nullopt;
-  return UsageFailure("set the pins " + Hex(asked), link.interface().chip + " has only the pins " +
-                                                        Hex(link.KnownPins()),
+  return UsageFailure("set the pins " + Hex(asked),
+                      link.interface().chip + " has only the pins " + Hex(link.KnownPins()),
                       "bits 0 to 3 are GPIOH0 to GPIOH3; on hi-speed chips 4 to 7 are GPIOH4 to "
-                      "GPIOH7 and 8 to 11 GPIOL0 to GPIOL3");
+                      "GPIOH7 and 9 to 11 GPIOL1 to GPIOL3");
 }
 
 Outcome Gpio(Session& session, const Arguments& arguments) {
@@ -110,9 +110,8 @@ Outcome Read(Session& session, const Arguments& arguments) {
 void AddLink(CLI::App* app, Arguments& arguments) {
   AddNumber(app, "--interface,-i", arguments.settings.index,
             "which interface, as ftdi list counts them (default 0)");
-  static const std::map<std::string, uint32_t> kModes = {{"standard", I2C_STANDARD_MODE},
-                                                         {"fast", I2C_FAST_MODE},
-                                                         {"stretch", I2C_STRETCH_DATA_MODE}};
+  static const std::map<std::string, uint32_t> kModes = {
+      {"standard", I2C_STANDARD_MODE}, {"fast", I2C_FAST_MODE}, {"stretch", I2C_STRETCH_DATA_MODE}};
   app->add_option("--mode", arguments.settings.mode,
                   "standard (default), fast, or stretch for devices that stretch the clock")
       ->transform(CLI::Transformer(kModes));
@@ -135,11 +134,12 @@ void AddFtdiCommands(CLI::App& app, Command& chosen) {
             std::make_shared<Arguments>(), List);
 
   auto arguments = std::make_shared<Arguments>();
-  CLI::App* const gpio = group->add_subcommand("gpio", "Read the pins; with --output set them first");
+  CLI::App* const gpio =
+      group->add_subcommand("gpio", "Read the pins; with --output set them first");
   AddLink(gpio, *arguments);
   CLI::Option* const output =
       AddNumber(gpio, "--output", arguments->outputs,
-                "pins to drive: bit n is GPIOHn; on hi-speed chips bits 8 to 11 are GPIOL0 to 3");
+                "pins to drive: bit n is GPIOHn; on hi-speed chips bits 9 to 11 are GPIOL1 to 3");
   AddNumber(gpio, "--level", arguments->levels, "their levels (default 0)")->needs(output);
   OnCommand(gpio, chosen, arguments, Gpio);
 

@@ -24,9 +24,11 @@ struct TransferArguments {
   std::vector<uint8_t> bytes;
 };
 
+// Without the reserved addresses, but with the prefixes of 10-bit addresses (0x78 to 0x7B): the
+// controller itself stands there, at 0x7A.
 struct ScanArguments {
   uint32_t first = 0x08;
-  uint32_t last = 0x77;
+  uint32_t last = 0x7B;
 };
 
 std::vector<uint8_t> RegisterBytes(uint32_t reg, uint32_t count) {
@@ -91,6 +93,10 @@ Outcome Read(Session& session, const TransferArguments& arguments) {
   if (std::optional<Failure> failure =
           ToAddressByte(arguments.device, arguments.sevenBit, address)) {
     return *failure;
+  }
+  if (arguments.count == 0) {
+    return UsageFailure("read " + Place(arguments, address, arguments.reg), "0 bytes are asked for",
+                        "give --count from 1 on");
   }
   if (std::optional<Failure> failure = session.Ready(kI2c)) return *failure;
   std::vector<uint8_t> bytes(arguments.count);
@@ -165,8 +171,8 @@ Outcome Dump(Session& session, const TransferArguments& arguments) {
   }
   if (!ReadRegisters(session, arguments, address, bytes, kBlock, failedAt)) {
     if (Progress::Interrupted()) {
-      return OperationFailure("dump device " + Hex(address),
-                              "stopped at register " + Hex(failedAt), "start it again");
+      return OperationFailure("dump device " + Hex(address), "stopped at register " + Hex(failedAt),
+                              "start it again");
     }
     return NotAcknowledged(session, "read " + Place(arguments, address, failedAt), address);
   }
@@ -242,8 +248,7 @@ Outcome Scan(Session& session, const ScanArguments& arguments) {
 }
 
 void AddDevice(CLI::App* app, TransferArguments& arguments) {
-  AddNumber(app, "DEVICE", arguments.device, "device address, 8-bit form (0xF4)", 0xFF)
-      ->required();
+  AddNumber(app, "DEVICE", arguments.device, "device address, 8-bit form (0xF4)", 0xFF)->required();
   app->add_flag("--7bit", arguments.sevenBit, "DEVICE is in the 7-bit form (0x7A)");
 }
 
@@ -275,7 +280,7 @@ void AddI2cCommands(CLI::App& app, Command& chosen) {
   CLI::App* const scan = group->add_subcommand("scan", "List the addresses that acknowledge");
   auto scanArguments = std::make_shared<ScanArguments>();
   AddNumber(scan, "--first", scanArguments->first, "first 7-bit address (default 0x08)", 0x7F);
-  AddNumber(scan, "--last", scanArguments->last, "last 7-bit address (default 0x77)", 0x7F);
+  AddNumber(scan, "--last", scanArguments->last, "last 7-bit address (default 0x7B)", 0x7F);
   OnCommand(scan, chosen, scanArguments, Scan);
 
   CLI::App* const dump = group->add_subcommand("dump", "Show all 256 registers of a device");

@@ -20,15 +20,16 @@ void SetDevice(Options& options, const std::string& name) {
 
 void AddOptions(CLI::App& app, Options& options) {
   app.add_flag_function(
-         "--sim",
-         [&options](int64_t) { options.simulated = true; }, "Use the simulated bench; --sim=PARAMS sets it up, as in flash=w25q32,image=flash.bin");
+      "--sim", [&options](int64_t) { options.simulated = true; },
+      "Use the simulated bench; --sim=PARAMS sets it up, as in flash=w25q32,image=flash.bin");
   app.add_option_function<std::string>(
          "--device,-d", [&options](const std::string& name) { SetDevice(options, name); },
          "Interface hardware, by name or number (default lpt): " + Join(DeviceNames(), ", "))
       ->type_name("TYPE");
   AddNumber(&app, "--rate", options.rate, "Bus clock in kHz");
   AddNumber(&app, "--com", options.comPort, "Serial port number for uart and text-bridge", 255);
-  AddNumber(&app, "--baud", options.baud, "Its rate (default: 57600 for uart, 115200 for text-bridge)");
+  AddNumber(&app, "--baud", options.baud,
+            "Its rate (default: 57600 for uart, 115200 for text-bridge)");
   app.add_option("--trace", options.trace, "Write every line of the simulated bench to a VCD file")
       ->type_name("FILE.vcd");
   app.add_option("--firmware", options.firmware,

@@ -67,10 +67,9 @@ Json SizeData(uint32_t width, uint32_t height) { return {{"width", width}, {"hei
 
 Failure ShowFailed(Session& session, const Arguments& arguments) {
   if (Progress::Interrupted()) {
-    Failure failure = OperationFailure("show " + arguments.file,
-                                       "stopped by the user after " +
-                                           session.progress().DoneOfTotal(),
-                                       "start it again");
+    Failure failure = OperationFailure(
+        "show " + arguments.file, "stopped by the user after " + session.progress().DoneOfTotal(),
+        "start it again");
     failure.data["stopped"] = true;
     return failure;
   }
@@ -170,7 +169,8 @@ Outcome Copy(Session& session, const Arguments& arguments) {
 Outcome Snapshot(Session& session, const Arguments& arguments) {
   const std::string tried = "save the frame memory to " + arguments.file;
   if (!session.options().simulated) {
-    return UsageFailure(tried, "the picture port only writes: a real controller cannot be read back",
+    return UsageFailure(tried,
+                        "the picture port only writes: a real controller cannot be read back",
                         "add --sim for the simulated bench");
   }
   if (std::optional<Failure> failure = session.Ready(kPicture)) return *failure;

@@ -41,8 +41,8 @@ Outcome Clock(Session& session, const Arguments& arguments) {
   const double result = m * arguments.reference / n / static_cast<double>(1ULL << exponent);
   Reply reply;
   reply.text = "reference divider code " + Hex(divider) + ", post-divider exponent " +
-               std::to_string(exponent) + ", multiplier code " + Hex(multiplier) + "\n" +
-               "gives " + Decimal(result) + " for " + std::to_string(arguments.target) + "\n";
+               std::to_string(exponent) + ", multiplier code " + Hex(multiplier) + "\n" + "gives " +
+               Decimal(result) + " for " + std::to_string(arguments.target) + "\n";
   reply.data["dividerCode"] = divider;
   reply.data["exponent"] = exponent;
   reply.data["multiplierCode"] = multiplier;

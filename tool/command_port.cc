@@ -73,15 +73,17 @@ Outcome Set(Session& session, const Arguments& arguments) {
 void AddPortCommands(CLI::App& app, Command& chosen) {
   CLI::App* const group = AddGroup(app, "port", "Read and write the port's lines or registers");
 
-  CLI::App* const get = group->add_subcommand("get", "Read the status lines, or a numbered register");
+  CLI::App* const get =
+      group->add_subcommand("get", "Read the status lines, or a numbered register");
   auto getArguments = std::make_shared<Arguments>();
   AddBytes(get, "REGISTER", getArguments->numbers, "register; without it the status lines")
       ->expected(0, 1);
   OnCommand(get, chosen, getArguments, Get);
 
   CLI::App* const set = group->add_subcommand(
-      "set", "Write the data lines (VALUE), or a numbered register (REGISTER VALUE; on ftdi "
-             "directions and levels of GPIOH0 to GPIOH3)");
+      "set",
+      "Write the data lines (VALUE), or a numbered register (REGISTER VALUE; on ftdi "
+      "directions and levels of GPIOH0 to GPIOH3)");
   auto setArguments = std::make_shared<Arguments>();
   AddBytes(set, "NUMBERS", setArguments->numbers, "VALUE, or REGISTER VALUE")
       ->required()

@@ -50,7 +50,8 @@ std::string Fault(const std::string& text) {
   size_t at = kHeadLength;
   while (at < text.size() && text[at] != '.') {
     const size_t bytes = ItemBytes(text[at]);
-    if (bytes == 0) return "'-', '=', '+' or '.' is expected at character " + std::to_string(at + 1);
+    if (bytes == 0)
+      return "'-', '=', '+' or '.' is expected at character " + std::to_string(at + 1);
     ++at;
     for (size_t i = 0; i < bytes; ++i, at += 2) {
       if (!HexField(text, at)) return badField(at);

@@ -3,6 +3,7 @@
 #include <array>
 
 #include "brisk/brisk.h"
+
 #include "text.h"
 
 namespace brisk::tool {
@@ -39,6 +40,7 @@ constexpr std::array kDevices = {
                .text = "UART-to-I2C bridge",
                .abilities = kI2c,
                .serial = true,
+               .simulatedPort = 3,
                .readsBlocks = false},
     DeviceType{.number = BRISK_DEVICE_TCON_USB,
                .name = "tcon-usb",
@@ -56,7 +58,8 @@ constexpr std::array kDevices = {
                .adapter = "text-bridge",
                .text = "serial text bridge",
                .abilities = kI2c,
-               .serial = true},
+               .serial = true,
+               .simulatedPort = 7},
     DeviceType{.number = BRISK_DEVICE_FTDI,
                .name = "ftdi",
                .adapter = "ft2232c",

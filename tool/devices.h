@@ -16,17 +16,17 @@ enum Ability : unsigned {
   kFlash = 1U << 2U,
   kPicture = 1U << 3U,
   kPll = 1U << 4U,
-  kLines = 1U << 5U,          // the port's lines as one byte
-  kRegisterRead = 1U << 6U,   // numbered port registers
+  kLines = 1U << 5U,         // the port's lines as one byte
+  kRegisterRead = 1U << 6U,  // numbered port registers
   kRegisterWrite = 1U << 7U,
 };
 
 // How a lone address can be tried.
 enum class Probe {
-  kAddress,       // an empty write transaction
-  kRegister,      // reading register 0: an empty write never leaves the PC
-  kFtdiFamily,    // the back end samples no acknowledge, the I2C_ functions do
-  kNone,          // the hardware does not report acknowledges
+  kAddress,     // an empty write transaction
+  kRegister,    // reading register 0: an empty write never leaves the PC
+  kFtdiFamily,  // the back end samples no acknowledge, the I2C_ functions do
+  kNone,        // the hardware does not report acknowledges
 };
 
 // What programming a single byte erases first.
@@ -39,12 +39,14 @@ struct DeviceType {
   const char* text;
   unsigned abilities;
   Probe probe = Probe::kAddress;
-  bool serial = false;          // connected by port number and rate
-  bool acknowledges = true;     // a missing acknowledge shows in the results
-  bool readsBlocks = true;      // else one register is read at a time
+  bool serial = false;           // connected by port number and rate
+  uint8_t simulatedPort = 0;     // where the simulated bench plugs it in
+  bool acknowledges = true;      // a missing acknowledge shows in the results
+  bool readsBlocks = true;       // else one register is read at a time
   bool erasesOnProgram = false;  // programming a file always erases the whole chip first
   bool alignsPages = false;      // the adapter itself splits at the flash's page boundaries
-  uint32_t longestTransfer = 0;  // bytes for each call where a running one cannot be stopped; 0: any
+  // Bytes for each call where a running one cannot be stopped; 0: any.
+  uint32_t longestTransfer = 0;
   ByteErases byteErases = ByteErases::kSector;
 
   bool Can(Ability ability) const { return (abilities & ability) != 0; }

@@ -1,5 +1,6 @@
 #include "files.h"
 
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <fstream>
@@ -38,8 +39,12 @@ std::optional<std::vector<uint8_t>> ReadFile(const std::string& path, std::strin
     error = std::strerror(errno);
     return std::nullopt;
   }
-  std::vector<uint8_t> bytes((std::istreambuf_iterator<char>(file)),
-                             std::istreambuf_iterator<char>());
+  std::vector<uint8_t> bytes;
+  bytes.reserve(static_cast<size_t>(FileSize(path).value_or(0)));
+  std::array<char, 65536> block{};
+  while (file.read(block.data(), block.size()) || file.gcount() > 0) {
+    bytes.insert(bytes.end(), block.begin(), block.begin() + file.gcount());
+  }
   if (file.bad()) {
     error = "reading stopped after " + std::to_string(bytes.size()) + " bytes";
     return std::nullopt;

@@ -18,8 +18,9 @@ std::optional<Failure> FirmwareFolder::Enter(const std::string& file, Console& c
   if (file.empty()) {
     std::error_code ignored;
     if (!std::filesystem::exists(kName, ignored)) {
-      console.Warn(std::string("no ") + kName +
-                   " in the working directory: the board gets no firmware; name it with --firmware");
+      console.Warn(
+          std::string("no ") + kName +
+          " in the working directory: the board gets no firmware; name it with --firmware");
     }
     return std::nullopt;
   }

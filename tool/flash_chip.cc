@@ -71,8 +71,8 @@ std::variant<FlashChip, Failure> IdentifyFlash(Session& session) {
     return OperationFailure(
         std::string("identify the flash through ") + session.device().name,
         "identification " + digits + ": the data line never moved, so nothing answered",
-        "this is wiring or power, not an unknown chip: check the board's power, ground, chip select "
-        "and data out, and that --device names the adapter in use");
+        "this is wiring or power, not an unknown chip: check the board's power, ground, chip "
+        "select and data out, and that --device names the adapter in use");
   }
   const uint32_t capacity = chip.id & 0xFFU;
   if (capacity >= kLeastCapacity && capacity <= kMostCapacity) chip.size = uint64_t{1} << capacity;

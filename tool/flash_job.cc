@@ -22,10 +22,11 @@ std::string MismatchAdvice(uint8_t expected, uint8_t found, bool allOnes) {
            "protection bits";
   }
   if ((expected & found) != expected) {
-    return "bits are 0 that should be 1: programming only clears bits, so the range was not erased; "
-           "use --erase sectors or --erase chip";
+    return "bits are 0 that should be 1: programming only clears bits, so the range was not "
+           "erased; use --erase sectors or --erase chip";
   }
-  return "bits are 1 that should be 0: check write protection and the bus rate (try a lower --rate)";
+  return "bits are 1 that should be 0: check write protection and the bus rate (try a lower "
+         "--rate)";
 }
 
 Failure Mismatch(const std::vector<uint8_t>& expected, const std::vector<uint8_t>& found,
@@ -40,10 +41,8 @@ Failure Mismatch(const std::vector<uint8_t>& expected, const std::vector<uint8_t
       "first difference at address " + Hex(address + first, 6) + ": expected " + Hex(*want) +
           ", found " + Hex(*got) + " (" + std::to_string(different) + " bytes differ)",
       MismatchAdvice(*want, *got, allOnes));
-  failure.data["mismatch"] = {{"address", address + first},
-                              {"expected", *want},
-                              {"found", *got},
-                              {"different", different}};
+  failure.data["mismatch"] = {
+      {"address", address + first}, {"expected", *want}, {"found", *got}, {"different", different}};
   return failure;
 }
 
@@ -95,8 +94,8 @@ std::optional<Failure> FlashJob::EraseSectors(uint32_t address, uint32_t size) {
   return std::nullopt;
 }
 
-std::optional<Failure> FlashJob::Program(const std::string& file,
-                                         const std::vector<uint8_t>& image, uint32_t address) {
+std::optional<Failure> FlashJob::Program(const std::string& file, const std::vector<uint8_t>& image,
+                                         uint32_t address) {
   const auto size = static_cast<uint32_t>(image.size());
   const std::string tried = "program " + file + " at " + Hex(address, 6);
   const DeviceType& device = session_.device();
@@ -128,8 +127,8 @@ std::optional<Failure> FlashJob::Program(const std::string& file,
 
 std::optional<Failure> FlashJob::ReadToFile(const std::string& label, const std::string& file,
                                             uint32_t address, uint32_t size) {
-  const std::string tried = "read " + std::to_string(size) + " bytes from " + Hex(address, 6) +
-                            " into " + file;
+  const std::string tried =
+      "read " + std::to_string(size) + " bytes from " + Hex(address, 6) + " into " + file;
   Progress& progress = session_.progress();
   progress.Begin(label, Progress::Unit::kBytes, size);
   const uint32_t read = session_.api().SPIProgramToFile(address, size, file.c_str());
@@ -142,7 +141,8 @@ std::optional<Failure> FlashJob::ReadToFile(const std::string& label, const std:
     return OperationFailure(tried, "the file could not be created",
                             "check that its folder is there and can be written");
   }
-  if (read != size) return OperationFailure(tried, amount, "check the connection, then start again");
+  if (read != size)
+    return OperationFailure(tried, amount, "check the connection, then start again");
   const std::optional<uint64_t> written = FileSize(file);
   if (written == size) return std::nullopt;
   return OperationFailure(tried,

@@ -32,8 +32,8 @@ class FlashJob {
   std::optional<Failure> Verify(const std::vector<uint8_t>& expected, uint32_t address);
 
  private:
-  // The library waits at most 5 seconds for an erase, and a whole chip can take minutes. A busy flash
-  // ignores the identification command.
+  // The library waits at most 5 seconds for an erase, and a whole chip can take minutes. A busy
+  // flash ignores the identification command.
   bool WaitReady();
   Failure Stopped(const std::string& tried, const std::string& state) const;
 

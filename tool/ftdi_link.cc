@@ -8,12 +8,16 @@
 namespace brisk::tool {
 namespace {
 
+constexpr const char* kSimulatedChip = "ft2232c";
 constexpr uint32_t kMostInterfaces = 50;
 constexpr uint32_t kFullSpeedKHz = 12000;
 constexpr uint32_t kHiSpeedKHz = 60000;
 constexpr uint32_t kDefaultRate = 100;
 constexpr uint32_t kMostDivisor = 65535;
 constexpr uint32_t kLowPins = 8;  // where GPIOL0 stands in the masks
+// Without GPIOL0, which the library always drives high. The FT4232H has no GPIOH pins.
+constexpr uint32_t kLowPinMask = 0xE00;
+constexpr uint32_t kHighPinMask = 0x0FF;
 
 // Statuses that the advice distinguishes.
 constexpr uint32_t kDeviceNotFound = 2;
@@ -35,7 +39,8 @@ const char* Advice(uint32_t status) {
              "installed";
     case kDeviceNotOpened:
     case kInUse:
-      return "close the other program that has the interface open, and check that you may access it";
+      return "close the other program that has the interface open, and check that you may "
+             "access it";
     case kNoControlAcknowledge:
     case kNoDataAcknowledge:
       return "check power and wiring of the board and the address; brisk --device ftdi i2c scan "
@@ -79,6 +84,7 @@ void AppendHiSpeed(Session& session, std::vector<FtdiInterface>& found) {
     one.channel = channel.data();
     one.chip = type == I2C_FT4232H_DEVICE ? "FT4232H" : "FT2232H";
     one.hiSpeed = true;
+    one.pins = type == I2C_FT4232H_DEVICE ? kLowPinMask : kLowPinMask | kHighPinMask;
     found.push_back(one);
   }
 }
@@ -88,7 +94,7 @@ uint32_t Bit(uint32_t mask, uint32_t bit) { return mask >> bit & 1U; }
 }  // namespace
 
 std::variant<std::vector<FtdiInterface>, Failure> ListFtdi(Session& session) {
-  if (std::optional<Failure> failure = session.Load()) return *failure;
+  if (std::optional<Failure> failure = session.Load(kSimulatedChip)) return *failure;
   std::vector<FtdiInterface> found;
   AppendFullSpeed(session, found);
   AppendHiSpeed(session, found);
@@ -116,10 +122,9 @@ std::variant<std::unique_ptr<FtdiLink>, Failure> FtdiLink::Open(Session& session
 uint32_t FtdiLink::Start() {
   const Api& api = session_.api();
   const uint32_t opened =
-      interface_.hiSpeed
-          ? api.I2C_OpenHiSpeedDevice(interface_.name.c_str(), interface_.location,
-                                      interface_.channel.c_str(), &handle_)
-          : api.I2C_OpenEx(interface_.name.c_str(), interface_.location, &handle_);
+      interface_.hiSpeed ? api.I2C_OpenHiSpeedDevice(interface_.name.c_str(), interface_.location,
+                                                     interface_.channel.c_str(), &handle_)
+                         : api.I2C_OpenEx(interface_.name.c_str(), interface_.location, &handle_);
   if (opened != 0) return opened;
   open_ = true;
   const uint32_t divisor = Divisor(interface_.hiSpeed ? kHiSpeedKHz : kFullSpeedKHz,
@@ -176,7 +181,8 @@ uint32_t FtdiLink::GetPins(uint32_t& levels) {
   if (!interface_.hiSpeed) {
     GpioLevels pins{};
     const uint32_t status = session_.api().I2C_GetGPIOs(handle_, &pins);
-    for (uint32_t i = 0; i < std::size(pins.high); ++i) levels |= (pins.high[i] != 0 ? 1U : 0U) << i;
+    for (uint32_t i = 0; i < std::size(pins.high); ++i)
+      levels |= (pins.high[i] != 0 ? 1U : 0U) << i;
     return status;
   }
   HiSpeedLowGpioLevels low{};

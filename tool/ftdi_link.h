@@ -18,6 +18,7 @@ struct FtdiInterface {
   std::string channel = "A";
   std::string chip = "FT2232C";
   bool hiSpeed = false;
+  uint32_t pins = 0xF;  // that can be set, in the masks' order
 };
 
 // All interfaces, full-speed ones first; their place is what --interface counts.
@@ -45,7 +46,7 @@ class FtdiLink {
   uint32_t SetPins(uint32_t outputs, uint32_t levels);
   uint32_t GetPins(uint32_t& levels);
 
-  uint32_t KnownPins() const { return interface_.hiSpeed ? 0xFFFU : 0xFU; }
+  uint32_t KnownPins() const { return interface_.pins; }
   const FtdiInterface& interface() const { return interface_; }
   Failure Explain(const std::string& tried, uint32_t status) const;
 

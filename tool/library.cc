@@ -24,8 +24,10 @@ struct Row {
 };
 
 #define BRISK_TOOL_STORE(name) Store<&Api::name, decltype(Api::name)>
-#define BRISK_TOOL_PLAIN(name) Row{#name, nullptr, BRISK_TOOL_STORE(name)}
-#define BRISK_TOOL_FTDI(name, bytes) Row{#name, "_" #name "@" #bytes, BRISK_TOOL_STORE(name)}
+#define BRISK_TOOL_PLAIN(name) \
+  Row { #name, nullptr, BRISK_TOOL_STORE(name) }
+#define BRISK_TOOL_FTDI(name, bytes) \
+  Row { #name, "_" #name "@" #bytes, BRISK_TOOL_STORE(name) }
 
 // Windows exports the I2cLib_ family under names that encode the parameter types, the I2C_ family
 // under names that carry the size of the arguments in bytes.
@@ -131,24 +133,25 @@ std::optional<Failure> Library::Load(bool simulated) {
     handle_ = os::OpenLibrary(place.string(), reason);
     path_ = place.string();
     if (handle_ != nullptr) return Bind(simulated);
-    return OperationFailure(tried, path_ + ": " + reason,
-                            "the file is there: check that it was built for this system and is whole");
+    return OperationFailure(
+        tried, path_ + ": " + reason,
+        "the file is there: check that it was built for this system and is whole");
   }
   std::string reason;
   path_ = name;
   handle_ = os::OpenLibrary(name, reason);
   if (handle_ != nullptr) return Bind(simulated);
   looked.push_back("the system's library folders (" + reason + ")");
-  return OperationFailure(tried, "not found; looked for " + Join(looked, ", "),
-                          "put the library beside brisk or into the lib folder next to brisk's folder");
+  return OperationFailure(
+      tried, "not found; looked for " + Join(looked, ", "),
+      "put the library beside brisk or into the lib folder next to brisk's folder");
 }
 
 std::optional<Failure> Library::Bind(bool simulated) {
   std::vector<std::string> missing;
   for (const Row& row : kFunctions) {
     void* const symbol = os::FindSymbol(handle_, ExportName(row));
-    const bool needed =
-        row.need == Need::kAlways || (row.need == Need::kSimulated && simulated);
+    const bool needed = row.need == Need::kAlways || (row.need == Need::kSimulated && simulated);
     if (symbol != nullptr) {
       row.store(api_, symbol);
     } else if (needed) {

@@ -8,9 +8,11 @@
 
 #include "brisk/brisk.h"
 #include "brisk/brisk_extensions.h"
-#include "outcome.h"
+#include "brisk/brisk_ftdi.h"
+#include "brisk/brisk_serial.h"
+#include "brisk/brisk_sim.h"
 
-#include "awaited.h"
+#include "outcome.h"
 
 namespace brisk::tool {
 
@@ -68,7 +70,9 @@ struct Api {
   BRISK_TOOL_MEMBER(I2C_GetErrorCodeString);
   // The simulated bench's library alone.
   BRISK_TOOL_MEMBER(BriskSimConfigure);
-  BRISK_TOOL_MEMBER(BriskSimSnapshot);
+  // Only a bench that keeps frame memory has it; its header does not promise it.
+  int(BRISK_CALL* BriskSimSnapshot)(const char* path, uint32_t plane, char* message,
+                                    uint32_t messageSize) = nullptr;
 #undef BRISK_TOOL_MEMBER
 };
 

@@ -4,7 +4,8 @@
 #include <filesystem>
 #include <string>
 
-// What the tool needs of the operating system beyond the standard library; one source file for each.
+// What the tool needs of the operating system beyond the standard library; one source file for
+// each.
 namespace brisk::tool::os {
 
 // Empty when the system does not say.
@@ -18,8 +19,8 @@ void* FindSymbol(void* library, const char* name);
 
 bool IsTerminal(std::FILE* stream);
 
-// A stream of its own on a copy of the descriptor, which a later redirection does not touch; null on
-// failure.
+// A stream of its own on a copy of the descriptor, which a later redirection does not touch; null
+// on failure.
 std::FILE* CopyOfStream(std::FILE* stream);
 
 // Sends what is written to the descriptor of `stream`, by anybody in this process, to `target`.

@@ -1,10 +1,9 @@
 #define WIN32_LEAN_AND_MEAN
 #include <windows.h>
 // After windows.h.
+#include <array>
 #include <fcntl.h>
 #include <io.h>
-
-#include <array>
 
 #include "os.h"
 
@@ -12,8 +11,7 @@ namespace brisk::tool::os {
 
 std::filesystem::path ExecutablePath() {
   std::array<wchar_t, 32768> path{};
-  const DWORD length =
-      GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
+  const DWORD length = GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
   return length == 0 || length >= path.size() ? std::filesystem::path() : path.data();
 }
 

@@ -1,10 +1,9 @@
 #pragma once
 
+#include <nlohmann/json.hpp>
 #include <string>
 #include <utility>
 #include <variant>
-
-#include <nlohmann/json.hpp>
 
 namespace brisk::tool {
 

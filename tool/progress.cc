@@ -105,12 +105,14 @@ std::string Progress::Amount(uint64_t count) const {
   return {};
 }
 
-std::string Progress::DoneOfTotal() const { return Amount(done_) + " of " + Amount(total_); }
+std::string Progress::DoneOfTotal() const {
+  const std::string done = unit_ == Unit::kBytes ? Size(done_) : std::to_string(done_);
+  return done + " of " + Amount(total_);
+}
 
 std::string Progress::Line() const {
   const double seconds = std::chrono::duration<double>(Clock::now() - began_).count();
-  std::string line =
-      label_ + " " + std::to_string(done_ * 100 / total_) + "%  " + DoneOfTotal();
+  std::string line = label_ + " " + std::to_string(done_ * 100 / total_) + "%  " + DoneOfTotal();
   if (seconds <= 0 || done_ == 0) return line;
   const double rate = static_cast<double>(done_) / seconds;
   line += "  " + Amount(static_cast<uint64_t>(rate)) + "/s";

@@ -10,8 +10,8 @@
 namespace brisk::tool {
 
 // How far a long piece of work is: on a terminal one line with percent, rate and time left, drawn
-// anew; elsewhere a plain line for every tenth. Ctrl-C makes it ask for a stop; a second Ctrl-C ends
-// the program.
+// anew; elsewhere a plain line for every tenth. Ctrl-C makes it ask for a stop; a second Ctrl-C
+// ends the program.
 class Progress {
  public:
   enum class Unit { kBytes, kRows, kSectors };

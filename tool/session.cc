@@ -32,11 +32,11 @@ std::string SerialPortName(uint32_t number) { return "COM" + std::to_string(numb
 const char* ConnectAdvice(const DeviceType& device, bool simulated) {
   if (simulated) return "the bench has another adapter than --device asks for, or a fault was set";
   if (device.number == BRISK_DEVICE_TCON_USB) {
-    return "check the cable, that the board shows up as a USB device with vendor 04B4, and that you "
-           "may access it";
+    return "check the cable, that the board shows up as a USB device with vendor 04B4, and "
+           "that you may access it";
   }
-  return "check the cable, that the FTDI driver library is installed, and that no other program has "
-         "the board open";
+  return "check the cable, that the FTDI driver library is installed, and that no other "
+         "program has the board open";
 }
 
 }  // namespace
@@ -53,20 +53,19 @@ Session::~Session() {
 
 std::optional<Failure> Session::Ready(Ability ability) {
   if (!device().Can(ability)) {
-    return UsageFailure(
-        std::string("use ") + AbilityName(ability) + " on device " + device().name,
-        std::string("the ") + device().text + " does not have it",
-        "choose with --device one of: " + Join(DevicesThatCan(ability), ", "));
+    return UsageFailure(std::string("use ") + AbilityName(ability) + " on device " + device().name,
+                        std::string("the ") + device().text + " does not have it",
+                        "choose with --device one of: " + Join(DevicesThatCan(ability), ", "));
   }
   if (std::optional<Failure> failure = Load()) return failure;
   return Connect();
 }
 
-std::optional<Failure> Session::Load() {
+std::optional<Failure> Session::Load(const char* adapter) {
   if (loaded_) return std::nullopt;
   if (std::optional<Failure> failure = library_.Load(options_.simulated)) return failure;
   if (options_.simulated) {
-    if (std::optional<Failure> failure = ConfigureBench()) return failure;
+    if (std::optional<Failure> failure = ConfigureBench(adapter)) return failure;
   }
   loaded_ = true;
   if (options_.verbose) api().BriskEnableDebug(1);
@@ -75,10 +74,10 @@ std::optional<Failure> Session::Load() {
   return std::nullopt;
 }
 
-std::optional<Failure> Session::ConfigureBench() {
+std::optional<Failure> Session::ConfigureBench(const char* adapter) {
   std::string parameters = options_.simulation;
   if (!HasKey(parameters, "adapter")) {
-    Append(parameters, std::string("adapter=") + device().adapter);
+    Append(parameters, std::string("adapter=") + (adapter == nullptr ? device().adapter : adapter));
   }
   if (!options_.trace.empty()) Append(parameters, "trace=" + Escaped(options_.trace));
   std::array<char, 2048> message{};
@@ -107,7 +106,7 @@ std::optional<Failure> Session::ConnectSerial() {
                         "name it with --com N (and its rate with --baud B)");
   }
   const bool frames = device().number == BRISK_DEVICE_UART;
-  const uint32_t port = options_.comPort.value_or(1);
+  const uint32_t port = options_.comPort.value_or(device().simulatedPort);
   const uint32_t baud = options_.baud.value_or(frames ? kUartBaud : kTextBridgeBaud);
   const auto connect = frames ? api().uart_connect : api().uart_mag_connect;
   bool connected = connect(static_cast<uint8_t>(port), baud);

@@ -24,8 +24,9 @@ class Session {
   // library, selects and connects the device.
   std::optional<Failure> Ready(Ability ability);
 
-  // The library alone, nothing selected.
-  std::optional<Failure> Load();
+  // The library alone, nothing selected. The simulated bench gets `adapter`, or the one that the
+  // device needs, unless its parameters name one.
+  std::optional<Failure> Load(const char* adapter = nullptr);
 
   const Options& options() const { return options_; }
   const DeviceType& device() const { return *options_.device; }
@@ -35,7 +36,7 @@ class Session {
   Progress& progress() { return progress_; }
 
  private:
-  std::optional<Failure> ConfigureBench();
+  std::optional<Failure> ConfigureBench(const char* adapter);
   std::optional<Failure> Connect();
   std::optional<Failure> ConnectSerial();
   std::optional<Failure> SelectDevice();

@@ -11,20 +11,26 @@
 namespace brisk::tool {
 namespace {
 
-// Levenshtein distance, letters compared without case.
+bool SameLetter(char a, char b) {
+  return std::tolower(static_cast<unsigned char>(a)) == std::tolower(static_cast<unsigned char>(b));
+}
+
+// Edit distance in which exchanging two neighbours counts once, since that is how people mistype.
 size_t Distance(std::string_view a, std::string_view b) {
+  std::vector<size_t> above(b.size() + 1);
   std::vector<size_t> row(b.size() + 1);
   std::iota(row.begin(), row.end(), size_t{0});
   for (size_t i = 1; i <= a.size(); ++i) {
-    size_t diagonal = row[0];
-    row[0] = i;
+    std::vector<size_t> next(b.size() + 1, i);
     for (size_t j = 1; j <= b.size(); ++j) {
-      const bool same = std::tolower(static_cast<unsigned char>(a[i - 1])) ==
-                        std::tolower(static_cast<unsigned char>(b[j - 1]));
-      const size_t replaced = diagonal + (same ? 0 : 1);
-      diagonal = row[j];
-      row[j] = std::min({row[j] + 1, row[j - 1] + 1, replaced});
+      const size_t replaced = row[j - 1] + (SameLetter(a[i - 1], b[j - 1]) ? 0 : 1);
+      next[j] = std::min({row[j] + 1, next[j - 1] + 1, replaced});
+      const bool exchanged =
+          i > 1 && j > 1 && SameLetter(a[i - 1], b[j - 2]) && SameLetter(a[i - 2], b[j - 1]);
+      if (exchanged) next[j] = std::min(next[j], above[j - 2] + 1);
     }
+    above = std::move(row);
+    row = std::move(next);
   }
   return row[b.size()];
 }
