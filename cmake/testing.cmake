@@ -39,6 +39,9 @@ if(WIN32 AND CMAKE_SIZEOF_VOID_P EQUAL 8 AND BRISK_WINE64)
   set_tests_properties(wine_prefix PROPERTIES FIXTURES_SETUP wine_prefix TIMEOUT 300)
 endif()
 
+# What the ThreadSanitizer run builds.
+add_custom_target(brisk_threads_tests)
+
 # The libraries that a test or fuzzer of this PLATFORM links.
 function(brisk_platform_libraries result platform)
   if(platform STREQUAL "sim")
@@ -94,6 +97,20 @@ function(brisk_add_test name)
     target_link_options(${name} PRIVATE -static)
   endif()
   brisk_register_test(${name} TIMEOUT "${ARG_TIMEOUT}" LABELS ${ARG_LABELS})
+  if(ARG_PLATFORM MATCHES "system|library")
+    brisk_uses_shared_section(${name})
+  endif()
+  if("threads" IN_LIST ARG_LABELS)
+    add_dependencies(brisk_threads_tests ${name})
+  endif()
+endfunction()
+
+# Tests over the operating system select device types in the section that all processes share, so
+# they run one at a time.
+function(brisk_uses_shared_section name)
+  if(TEST ${name})
+    set_tests_properties(${name} PROPERTIES RESOURCE_LOCK brisk_shared_section)
+  endif()
 endfunction()
 
 function(brisk_add_fuzzer name)

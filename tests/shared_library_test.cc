@@ -1,0 +1,113 @@
+// The shipped library in several processes: what they share, and what a killed one leaves behind.
+// This program itself never loads the library; its children do.
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <cstdint>
+#include <functional>
+
+#include <dlfcn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+// The loaded library, as far as this test calls it. Which device type is selected shows in
+// Sddi_Bitmap, which touches no hardware for a file that does not exist: 1 on the parallel port, 0
+// on the text bridge.
+struct Loaded {
+  Loaded() : handle(dlopen(BRISK_LIBRARY, RTLD_NOW | RTLD_LOCAL)) {
+    if (handle == nullptr) _exit(99);
+    setDevice = reinterpret_cast<uint8_t (*)(uint8_t)>(dlsym(handle, "BriskSetDevice"));
+    bitmap = reinterpret_cast<uint32_t (*)(const char*, uint32_t)>(dlsym(handle, "Sddi_Bitmap"));
+  }
+  bool ParallelPort() const { return bitmap("no such file", 0) == 1; }
+
+  void* handle;
+  uint8_t (*setDevice)(uint8_t) = nullptr;
+  uint32_t (*bitmap)(const char*, uint32_t) = nullptr;
+};
+
+constexpr uint8_t kTextBridge = 7;
+
+// A child process that runs `body` and ends with its result.
+class Child {
+ public:
+  explicit Child(const std::function<int()>& body) : pid_(fork()) {
+    if (pid_ == 0) _exit(body());
+  }
+  Child(const Child&) = delete;
+  Child& operator=(const Child&) = delete;
+  ~Child() { Wait(); }
+
+  // Exit code, or minus the signal that ended it.
+  int Wait() {
+    if (pid_ <= 0) return result_;
+    int status = 0;
+    waitpid(pid_, &status, 0);
+    pid_ = -1;
+    result_ = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+    return result_;
+  }
+
+ private:
+  pid_t pid_;
+  int result_ = -1000;
+};
+
+struct Pipe {
+  Pipe() { EXPECT_EQ(pipe(ends), 0); }
+  void Pass() const {
+    char byte = 0;
+    EXPECT_EQ(read(ends[0], &byte, 1), 1);
+  }
+  void Open() const { EXPECT_EQ(write(ends[1], "x", 1), 1); }
+  int ends[2] = {-1, -1};
+};
+
+int DeviceTypeIsFresh() { return Loaded().ParallelPort() ? 1 : 0; }
+
+TEST(SharedLibrary, ProcessesSeeEachOthersDeviceType) {
+  EXPECT_EQ(Child(DeviceTypeIsFresh).Wait(), 1);
+  const Pipe selected;
+  const Pipe leave;
+  Child first([&] {
+    const Loaded library;
+    library.setDevice(kTextBridge);
+    selected.Open();
+    leave.Pass();
+    return library.ParallelPort() ? 1 : 0;  // what the other one selected meanwhile
+  });
+  selected.Pass();
+  EXPECT_EQ(Child(DeviceTypeIsFresh).Wait(), 0);
+  EXPECT_EQ(Child([] {
+              const Loaded library;
+              library.setDevice(0);
+              return 5;
+            }).Wait(),
+            5);
+  leave.Open();
+  EXPECT_EQ(first.Wait(), 1);
+}
+
+TEST(SharedLibrary, TheLastUserTakesTheSelectionAlong) {
+  EXPECT_EQ(Child([] {
+              const Loaded library;
+              library.setDevice(kTextBridge);
+              dlclose(library.handle);
+              return DeviceTypeIsFresh();
+            }).Wait(),
+            1);
+}
+
+TEST(SharedLibrary, AKilledProcessLeavesNothingBehind) {
+  EXPECT_EQ(Child([] {
+              const Loaded library;
+              library.setDevice(kTextBridge);
+              return raise(SIGKILL);
+            }).Wait(),
+            -SIGKILL);
+  EXPECT_EQ(Child(DeviceTypeIsFresh).Wait(), 1);
+}
+
+}  // namespace
