@@ -74,6 +74,17 @@ TEST_P(SimTrace, I2cTransactions) {
             "i2c-1: Start\ni2c-1: Write\ni2c-1: Address write: 10\ni2c-1: NACK\ni2c-1: Stop\n");
 }
 
+// 0xF2A5 is the 10-bit address 0x1A5: the decoder knows the prefix and joins the two bytes.
+TEST_P(SimTrace, TenBitAddresses) {
+  Configure(std::string("ten-bit=0x1A5,adapter=") + GetParam().adapter + ",trace=" + trace_);
+  BriskSetDevice(GetParam().deviceType);
+  uint8_t back = 0;
+  EXPECT_EQ(I2cLib_W2Bytes(0, 0xF2A5, 0x05, 0x66), 1);
+  EXPECT_EQ(I2cLib_W1ByteR1Byte(0, 0xF2A5, 0x05, &back), 1);
+  EXPECT_EQ(back, 0x66);
+  EXPECT_EQ(Decode("i2c:scl=scl:sda=sda:address_format=unshifted", "i2c=addr-data"), "");
+}
+
 TEST_P(SimTrace, FlashOperations) {
   EXPECT_EQ(SPIReadID(), 0xEF4015u);
   SPIWriteByte(0x012345, 0x5A);

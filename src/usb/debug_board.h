@@ -20,7 +20,7 @@ namespace brisk::usb {
 // fails with 0 before anything is sent.
 //
 // Block writes go out in the packets that boards in the field are driven with, byte for byte. When
-// command and data together have 60 bytes, or 63, 126, ... more, one position of the last packet is
+// command and data together have 60, 123, 186, ... bytes, one position of the last packet is
 // left over and the stop follows in a packet of its own. The left position keeps what the packet
 // held: a repeated start in the first packet, the byte sent 63 positions before in a later one,
 // which the device then receives as one byte too many. Split such a write to avoid it.
