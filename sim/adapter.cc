@@ -3,6 +3,7 @@
 #include "ftdi/ftdi_adapter.h"
 #include "lpt_adapter.h"
 #include "serial/bridge_adapter.h"
+#include "u2c/u2c_device.h"
 #include "usb/debug_board_adapter.h"
 #include "usb/fx2_adapter.h"
 
@@ -14,6 +15,7 @@ constexpr AdapterKind kKinds[] = {
     {"lpt", MakeLpt},
     {"lpt-b", MakeLptB},
     {"lpt-c", MakeLptC},
+    {"u2c", MakeU2c},
     {"debug-board", MakeDebugBoard},
     {"tcon-usb", MakeFx2},
     {"uart", MakeUartBridge},

@@ -9,7 +9,7 @@
 namespace brisk::sim {
 namespace {
 
-enum class Argument : uint8_t { kNone, kDevice, kNumber, kD2xxFunction };
+enum class Argument : uint8_t { kNone, kDevice, kNumber, kD2xxFunction, kU2cFunction };
 
 struct Kind {
   FaultKind kind;
@@ -40,6 +40,8 @@ constexpr Kind kKinds[] = {
     {FaultKind::kShortWrite, "d2xx-short-write", Argument::kNumber, true},  // bytes that it takes
     {FaultKind::kNoAnswers, "ftdi-no-answers", Argument::kNone, false},
     {FaultKind::kUnplugged, "ftdi-unplug", Argument::kNone, false},  // from the call it strikes on
+    {FaultKind::kU2cAbsent, "u2c-absent", Argument::kNone, false},
+    {FaultKind::kU2cFails, "u2c-fails", Argument::kU2cFunction, false},  // any, or the one named
 };
 
 constexpr std::string_view kDevices[] = {"controller", "eeprom", "ten-bit"};
@@ -73,6 +75,10 @@ std::string CheckArgument(const Kind& kind, Fault* fault) {
     case Argument::kD2xxFunction:
       if (fault->argument.starts_with("FT_")) return "";
       return "fault '" + name + "' takes a function such as FT_Write, not '" + fault->argument +
+             "'";
+    case Argument::kU2cFunction:
+      if (fault->argument.starts_with("U2C_")) return "";
+      return "fault '" + name + "' takes a function such as U2C_Write, not '" + fault->argument +
              "'";
     case Argument::kDevice:
       break;

@@ -33,6 +33,8 @@ enum class FaultKind : uint8_t {
   kShortWrite,   // FT_Write takes no more than a number of bytes
   kNoAnswers,    // answers of FTDI chips are lost
   kUnplugged,    // an FTDI chip leaves the bus during a call
+  kU2cAbsent,    // opening the U2C adapter fails
+  kU2cFails,     // a function of the U2C adapter's library fails
 };
 
 // One fault as text: KIND[:ARGUMENT][@N][%P]. The argument narrows it (a device, a time, a size);

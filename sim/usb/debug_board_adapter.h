@@ -9,7 +9,7 @@
 
 #include "../adapter.h"
 #include "../bench.h"
-#include "usb/board_master.h"
+#include "board_master.h"
 
 namespace brisk::sim {
 

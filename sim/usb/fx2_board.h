@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "../bench.h"
-#include "usb/board_master.h"
+#include "board_master.h"
 
 namespace brisk::sim {
 

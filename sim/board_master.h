@@ -2,8 +2,8 @@
 
 #include <cstdint>
 
-#include "../board.h"
-#include "../virtual_clock.h"
+#include "board.h"
+#include "virtual_clock.h"
 
 namespace brisk::sim {
 

@@ -1,4 +1,4 @@
-#include "usb/board_master.h"
+#include "board_master.h"
 
 namespace brisk::sim {
 namespace {

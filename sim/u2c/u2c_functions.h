@@ -1,0 +1,13 @@
+#pragma once
+
+#include <vector>
+
+#include "connectors.h"
+
+namespace brisk::sim {
+
+// The functions of the adapter's two libraries, on the adapter of the current bench.
+std::vector<LibraryShelf::Symbol> U2cCommonSymbols();  // U2CCommon
+std::vector<LibraryShelf::Symbol> U2cBridgeSymbols();  // i2cbrdg
+
+}  // namespace brisk::sim
