@@ -104,6 +104,7 @@ const DeviceType* FindDevice(std::string_view nameOrNumber) {
 
 std::vector<std::string> DeviceNames() {
   std::vector<std::string> names;
+  names.reserve(kDevices.size());
   for (const DeviceType& device : kDevices) names.emplace_back(device.name);
   return names;
 }

@@ -19,6 +19,7 @@ namespace brisk::tool {
 // Every function of the library that the tool calls, under the function's own name. Those that a
 // library may lack stay null.
 struct Api {
+// NOLINTNEXTLINE(bugprone-macro-parentheses): a name that is declared takes none.
 #define BRISK_TOOL_MEMBER(name) decltype(&::name) name = nullptr
   BRISK_TOOL_MEMBER(BriskSetDevice);
   BRISK_TOOL_MEMBER(BriskGetVersion);

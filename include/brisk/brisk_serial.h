@@ -1,7 +1,7 @@
 #ifndef BRISK_BRISK_SERIAL_H_
 #define BRISK_BRISK_SERIAL_H_
 
-#include <stdint.h>
+#include <stdint.h> /* NOLINT(modernize-deprecated-headers): C reads this too */
 #ifndef __cplusplus
 #include <stdbool.h>
 #endif

@@ -1,7 +1,7 @@
 #ifndef BRISK_BRISK_TYPES_H_
 #define BRISK_BRISK_TYPES_H_
 
-#include <stdint.h>
+#include <stdint.h> /* NOLINT(modernize-deprecated-headers): C reads this too */
 
 /* Calling conventions: BRISK_CALL is the Windows standard convention (the callee removes the
  * arguments), BRISK_LIB_CALL that of the I2cLib_ family (the caller removes them). They differ on
