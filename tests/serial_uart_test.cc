@@ -198,7 +198,9 @@ struct RateCase {
 TEST_F(UartTest, ReplyTimeoutAtItsEdges) {
   constexpr RateCase kCases[] = {
       {57600, 30}, {115200, 20}, {9600, 130}, {1152000, 11}, {4000000, 10}};
-  for (const auto& [rate, timeout] : kCases) {
+  for (const RateCase& test : kCases) {
+    const uint32_t rate = test.rate;
+    const uint64_t timeout = test.timeoutMs;
     SCOPED_TRACE(rate);
     uint64_t marker = 0;
     uint64_t value = 0;
