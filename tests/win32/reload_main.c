@@ -15,7 +15,7 @@ int main(int count, char** arguments) {
     HMODULE library = LoadLibraryA(arguments[1]);
     GetVersionFunction version = NULL;
     if (library != NULL) {
-      version = (GetVersionFunction)(void*)GetProcAddress(library, "BriskGetVersion");
+      version = (GetVersionFunction)(void (*)(void))GetProcAddress(library, "BriskGetVersion");
     }
     if (version == NULL || version() != 6) break;
     if (!FreeLibrary(library) || GetModuleHandleA(arguments[1]) != NULL) break;
