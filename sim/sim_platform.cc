@@ -5,16 +5,29 @@ namespace brisk {
 namespace sim {
 namespace {
 
-std::unique_ptr<Bench>& Current() {
-  static std::unique_ptr<Bench>& current = *[] {
-    // Taken down by hand, after the library has detached: a static object would go earlier, at the
-    // exit of the process.
-    auto slot = std::make_unique<std::unique_ptr<Bench>>();
+// The bench in use. Taken down by hand, after the library has detached: a static object would go
+// earlier, at the exit of the process.
+class Slot {
+ public:
+  Slot() : bench_() {
     std::string whyNot;
-    *slot = Bench::Make(Options(), &whyNot);
-    return slot.release();
-  }();
-  return current;
+    bench_ = Bench::Make(Options(), &whyNot);
+  }
+  Slot(const Slot&) = delete;
+  Slot& operator=(const Slot&) = delete;
+  ~Slot() {}  // NOLINT(modernize-use-equals-default): a defaulted one is deleted
+
+  std::unique_ptr<Bench>& operator*() { return bench_; }
+
+ private:
+  union {
+    std::unique_ptr<Bench> bench_;
+  };
+};
+
+std::unique_ptr<Bench>& Current() {
+  static Slot slot;
+  return *slot;
 }
 
 // After every destructor function without a priority, among them the library's detach.

@@ -74,7 +74,7 @@ TEST_P(SimTrace, I2cTransactions) {
             "i2c-1: Start\ni2c-1: Write\ni2c-1: Address write: 10\ni2c-1: NACK\ni2c-1: Stop\n");
 }
 
-// 0xF2A5 is the 10-bit address 0x1A5: the decoder knows the prefix and joins the two bytes.
+// 0xF2A5 is the 10-bit address 0x1A5, whose second byte the decoder takes for data.
 TEST_P(SimTrace, TenBitAddresses) {
   Configure(std::string("ten-bit=0x1A5,adapter=") + GetParam().adapter + ",trace=" + trace_);
   BriskSetDevice(GetParam().deviceType);
@@ -82,7 +82,15 @@ TEST_P(SimTrace, TenBitAddresses) {
   EXPECT_EQ(I2cLib_W2Bytes(0, 0xF2A5, 0x05, 0x66), 1);
   EXPECT_EQ(I2cLib_W1ByteR1Byte(0, 0xF2A5, 0x05, &back), 1);
   EXPECT_EQ(back, 0x66);
-  EXPECT_EQ(Decode("i2c:scl=scl:sda=sda:address_format=unshifted", "i2c=addr-data"), "");
+  EXPECT_EQ(Decode("i2c:scl=scl:sda=sda:address_format=unshifted", "i2c=addr-data"),
+            "i2c-1: Start\ni2c-1: Write\ni2c-1: Address write: F2\ni2c-1: ACK\n"
+            "i2c-1: Data write: A5\ni2c-1: ACK\ni2c-1: Data write: 05\ni2c-1: ACK\n"
+            "i2c-1: Data write: 66\ni2c-1: ACK\ni2c-1: Stop\n"
+            "i2c-1: Start\ni2c-1: Write\ni2c-1: Address write: F2\ni2c-1: ACK\n"
+            "i2c-1: Data write: A5\ni2c-1: ACK\ni2c-1: Data write: 05\ni2c-1: ACK\n"
+            "i2c-1: Start repeat\ni2c-1: Read\ni2c-1: Address read: F3\ni2c-1: ACK\n"
+            "i2c-1: Data read: A5\ni2c-1: ACK\ni2c-1: Data read: 66\ni2c-1: NACK\n"
+            "i2c-1: Stop\n");
 }
 
 TEST_P(SimTrace, FlashOperations) {

@@ -76,14 +76,16 @@ std::string Shown(const uint8_t* record) {
          std::to_string(length);
 }
 
-int32_t BRISK_CALL WriteRecord(int32_t, uint8_t* record) {
+int32_t BRISK_CALL WriteRecord(int32_t, void* transaction) {
+  const auto* record = static_cast<const uint8_t*>(transaction);
   uint16_t length = 0;
   std::memcpy(&length, record + 6, 2);
   Note("W(" + Shown(record) + "," + Hex(record + 8, length) + ")");
   return status;
 }
 
-int32_t BRISK_CALL ReadRecord(int32_t, uint8_t* record) {
+int32_t BRISK_CALL ReadRecord(int32_t, void* transaction) {
+  auto* record = static_cast<uint8_t*>(transaction);
   Note("R(" + Shown(record) + ")");
   for (int i = 0; i < 256; ++i) record[8 + i] = static_cast<uint8_t>(0xC0 + i);
   return status;

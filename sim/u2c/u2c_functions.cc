@@ -28,7 +28,8 @@ int32_t Do(int32_t handle, const char* function, Body body) {
 }
 
 // The user's 264-byte record, without padding: fields at 0, 1, 2, 6 and 8.
-U2cDevice::Record Unpack(uint8_t* bytes) {
+U2cDevice::Record Unpack(void* transaction) {
+  auto* bytes = static_cast<uint8_t*>(transaction);
   U2cDevice::Record record{bytes[0], bytes[1], 0, 0, bytes + 8};
   std::memcpy(&record.memoryAddress, bytes + 2, 4);
   std::memcpy(&record.length, bytes + 6, 2);
@@ -70,11 +71,11 @@ int32_t BRISK_CALL GetByteWithAck(int32_t h, uint8_t* byte, int32_t acknowledge)
             [&](U2cDevice& d) { *byte = d.master().Receive(acknowledge != 0); });
 }
 
-int32_t BRISK_CALL Write(int32_t h, uint8_t* record) {
+int32_t BRISK_CALL Write(int32_t h, void* record) {
   return OnDevice(h, "U2C_Write", [&](U2cDevice& d) { return d.Write(Unpack(record)); });
 }
 
-int32_t BRISK_CALL Read(int32_t h, uint8_t* record) {
+int32_t BRISK_CALL Read(int32_t h, void* record) {
   return OnDevice(h, "U2C_Read", [&](U2cDevice& d) { return d.Read(Unpack(record)); });
 }
 

@@ -109,7 +109,7 @@ Status D2xx::CreateDeviceInfoList(uint32_t* count) {
 }
 
 Status D2xx::GetDeviceInfoList(DeviceInfoNode* nodes, uint32_t* count) {
-  return Call(kGetDeviceInfoList, nodes, count);
+  return Call(kGetDeviceInfoList, static_cast<void*>(nodes), count);
 }
 
 Status D2xx::GetDeviceInfoDetail(uint32_t position, DeviceDetail* detail) {

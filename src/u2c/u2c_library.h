@@ -74,7 +74,7 @@ class U2cLibrary {
   using OfHandle = int32_t(BRISK_CALL*)(Handle);
   using OfCode = int32_t(BRISK_CALL*)(Handle, uint8_t);
   using OfLines = int32_t(BRISK_CALL*)(Handle, uint32_t, uint32_t);
-  using OfTransaction = int32_t(BRISK_CALL*)(Handle, Transaction*);
+  using OfTransaction = int32_t(BRISK_CALL*)(Handle, void*);
   using OfBytes = int32_t(BRISK_CALL*)(Handle, uint8_t*, uint16_t);
 
   struct Functions {

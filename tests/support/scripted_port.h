@@ -16,6 +16,8 @@ namespace brisk {
 // A serial port whose far end is the test: it keeps what is written and answers as it is told.
 class ScriptedLine {
  public:
+  static constexpr uint64_t kPollNs = 20'000;  // what asking for waiting bytes costs
+
   // Plugs the line into a COM port of the bench. It must outlive the library's attachment.
   void PlugInto(sim::Bench& bench, unsigned number) {
     bench_ = &bench;
@@ -54,6 +56,7 @@ class ScriptedLine {
     }
     uint32_t BytesWaiting() override {
       if (line_.babbling_) return 1;
+      line_.bench_->clock().Spend(kPollNs);
       uint32_t count = 0;  // at most what a port's input queue holds
       for (const auto& byte : line_.received_) {
         if (count == 64) break;
