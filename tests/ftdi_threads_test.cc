@@ -57,6 +57,9 @@ TEST_F(FtdiThreads, EverythingAtOnce) {
 
 // Unloading while writes wait: they are sent, and the thread has ended.
 TEST_F(FtdiThreads, DetachSendsWhatWaits) {
+#ifdef _WIN32
+  GTEST_SKIP() << "on Windows nothing may wait for a thread while the library is unloaded";
+#endif
   for (int i = 0; i < 20; ++i) {
     Connect("ft2232c");
     BriskSetDevice(BRISK_DEVICE_FTDI);
