@@ -292,6 +292,7 @@ class Flash(Bench):
         self.failed(2, "flash", "erase")
         self.failed(2, "flash", "erase", "--chip", "-n", "0x10000")
 
+    @unittest.skipIf("BRISK_SKIP_SLOW" in os.environ, "minutes under sanitizers")
     def test_busy_flash(self):
         self.write("in.bin", noise(300))
         message = self.failed(1, "flash", "program", "in.bin", fault="flash-busy")
