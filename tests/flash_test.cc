@@ -58,7 +58,7 @@ INSTANTIATE_TEST_SUITE_P(Wirings, FlashOnWires,
 TEST_P(FlashOnWires, Identification) {
   EXPECT_EQ(SPIReadID(), 0xEF4015u);
   EXPECT_NE(DebugText().find("SPIReadID, Manufacturer ID = 0xef, Memory Type =0x40,  "
-                                     "Memory Capacity =0x15\n"),
+                             "Memory Capacity =0x15\n"),
             std::string::npos);
   SPIInit();
   EXPECT_EQ(SPIReadID(), 0xEF4015u);
@@ -79,8 +79,7 @@ TEST_P(FlashOnWires, BytesAndSectors) {
   EXPECT_EQ(Content(0x1FFFF, 2), (Bytes{0x77, 0xFF}));
   SPIBulkErase();
   EXPECT_EQ(Content(0x1FFFF, 1), Bytes{0xFF});
-  EXPECT_NE(DebugText().find("SPIWriteByte, adr = 12345, data=ffffff5a\n"),
-            std::string::npos);
+  EXPECT_NE(DebugText().find("SPIWriteByte, adr = 12345, data=ffffff5a\n"), std::string::npos);
   EXPECT_NE(DebugText().find("SPIReadByte, adr = ff012345\n"), std::string::npos);
 }
 

@@ -104,7 +104,7 @@ TEST(JpegFiles, KindsThatAreNotDecoded) {
     DecodeRequest request;
     request.path = folder.File("out.jpg");
     ASSERT_TRUE(Shell(std::string("cjpeg ") + kind.options + " " + folder.File("in.ppm") + " > " +
-                    request.path));
+                      request.path));
     DecodeJpeg(request);
     EXPECT_EQ(request.status, kind.status) << kind.options;
   }

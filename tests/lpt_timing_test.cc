@@ -52,8 +52,7 @@ TEST_F(LptTiming, OneRateForAllParallelPorts) {
 
 TEST_F(LptTiming, AttachMeasuresTheClockAndSaysSo) {
   EXPECT_NE(DebugText().find("In Dllmain\n"), std::string::npos);
-  EXPECT_NE(DebugText().find("CPU frequency=3000 MHz\n"), std::string::npos)
-      << DebugText();
+  EXPECT_NE(DebugText().find("CPU frequency=3000 MHz\n"), std::string::npos) << DebugText();
 }
 
 }  // namespace

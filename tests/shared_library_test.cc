@@ -1,12 +1,10 @@
 // The shipped library in several processes: what they share, and what a killed one leaves behind.
 // This program itself never loads the library; its children do.
-#include <gtest/gtest.h>
-
 #include <csignal>
 #include <cstdint>
-#include <functional>
-
 #include <dlfcn.h>
+#include <functional>
+#include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
 

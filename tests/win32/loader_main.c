@@ -71,7 +71,8 @@ static void Conventions(HMODULE library) {
   const SetDevice setDevice = (SetDevice)(void (*)(void))Named(library, "BriskSetDevice");
   const WriteByte writeByte = (WriteByte)(void (*)(void))Named(library, "I2cWriteByte");
   const WriteBytes writeData = (WriteBytes)(void (*)(void))Named(library, "I2cWriteData");
-  const LibWrite libWrite = (LibWrite)(void (*)(void))Named(library, "?I2cLib_Write@@YAEEGPAEI0I@Z");
+  const LibWrite libWrite =
+      (LibWrite)(void (*)(void))Named(library, "?I2cLib_Write@@YAEEGPAEI0I@Z");
   const uint8_t bytes[2] = {1, 2};
   unsigned before;
   unsigned after;
