@@ -181,7 +181,7 @@ void PictureReceiver::PutBytes(uint32_t word) {
 
 void PictureReceiver::Put(uint32_t cell) {
   if (next_ >= 2 * kUnits) return Count(Fault::kBeyondMemory);
-  if (next_ >= memory_.size()) memory_.resize((next_ / 65536 + 1) * 65536);
+  if (next_ >= memory_.size()) memory_.resize((next_ / 65536 + 1) * size_t{65536});
   memory_[next_++] = cell;
 }
 
@@ -223,7 +223,7 @@ std::vector<uint8_t> PictureReceiver::Snapshot(bool second) const {
   put(26, 1 | 24 << 16);  // planes, bits per pixel
   put(34, rowBytes * height);
   for (uint32_t y = 0; y < height; ++y) {
-    uint8_t* bytes = file.data() + 54 + (height - 1 - y) * rowBytes;
+    uint8_t* bytes = file.data() + 54 + size_t{height - 1 - y} * rowBytes;
     for (uint32_t x = 0; x < width; ++x) {
       uint32_t cell = Pixel(second, x, y);
       if (plane.yCbCr) cell = ToRgb(cell);

@@ -40,7 +40,7 @@ class FlashOnWires : public BenchTest, public testing::WithParamInterface<Adapte
   }
 
   std::string FileOf(const Bytes& bytes) {
-    const std::string path = folder.File("in.bin");
+    std::string path = folder.File("in.bin");
     WriteFile(path, bytes);
     return path;
   }

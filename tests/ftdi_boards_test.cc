@@ -258,7 +258,7 @@ TEST_F(FtdiBoards, ReadsOfTwoBoardsAreCombined) {
   auto* second = dynamic_cast<sim::FtdiAdapter*>(bench().adapter("ft2232c-2"))->ownBoard();
   const Bytes first = {0x12, 0x34, 0xFF, 0x01, 0xFF};
   const Bytes other = {0x13, 0x34, 0x01, 0xFF, 0xFF};
-  for (uint8_t i = 0; i < first.size(); ++i) {
+  for (size_t i = 0; i < first.size(); ++i) {
     bench().board().controller().SetRegister(static_cast<uint8_t>(0x20 + i), first[i]);
     second->controller().SetRegister(static_cast<uint8_t>(0x20 + i), other[i]);
   }

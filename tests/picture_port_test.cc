@@ -90,10 +90,12 @@ TEST_P(PicturePort, JpegToSnapshotToBitmap) {
   ASSERT_EQ(Sddi_Jpeg(jpeg.c_str(), 0), 0U);
   const auto expected = SlowDecode(model);
   const auto check = [&] {
-    for (uint32_t y = 0; y < 48; ++y) {
-      for (uint32_t x = 0; x < 64; ++x) {
+    for (size_t y = 0; y < 48; ++y) {
+      for (size_t x = 0; x < 64; ++x) {
         const uint8_t* p = &expected[3 * (y * 64 + x)];
-        ASSERT_EQ(receiver().Pixel(false, x, y), p[0] | p[1] << 8U | p[2] << 16U) << x << ' ' << y;
+        ASSERT_EQ(receiver().Pixel(false, static_cast<uint32_t>(x), static_cast<uint32_t>(y)),
+                  p[0] | p[1] << 8U | p[2] << 16U)
+            << x << ' ' << y;
       }
     }
   };

@@ -33,6 +33,7 @@ TEST_F(Threads, TransactionsStayWhole) {
     }
   });
   std::vector<std::thread> callers;
+  callers.reserve(kThreads);
   for (int index = 0; index < kThreads; ++index) {
     callers.emplace_back([&wrong, subAddress = static_cast<uint8_t>(0x80 + index)] {
       for (int round = 0; round < kRounds; ++round) {

@@ -255,12 +255,12 @@ std::string Lower(std::string text) {
   for (char& letter : text) letter = static_cast<char>(std::tolower(letter));
   return text;
 }
-std::string CrLf(std::string text) {
+std::string CrLf(const std::string& text) {
   std::string out;
   for (const char letter : text) out += letter == '\n' ? "\r\n" : std::string(1, letter);
   return out;
 }
-std::string Comments(std::string text) {
+std::string Comments(const std::string& text) {
   std::string out = "// firmware\n\n";
   for (const char letter : text) out += letter == '\n' ? " // note\n" : std::string(1, letter);
   return out + "  \n//\n";

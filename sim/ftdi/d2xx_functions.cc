@@ -1,6 +1,5 @@
 #include "ftdi/d2xx_functions.h"
 
-#include <algorithm>
 #include <cstring>
 #include <mutex>
 
@@ -38,7 +37,7 @@ struct Node {
 
 void CopyText(char* destination, size_t size, const std::string& text) {
   std::memset(destination, 0, size);
-  std::memcpy(destination, text.data(), std::min(size - 1, text.size()));
+  text.copy(destination, size - 1);
 }
 
 template <typename Operation>

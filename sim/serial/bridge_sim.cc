@@ -4,11 +4,11 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <memory>
 #include <poll.h>
-#include <stdlib.h>
 #include <string>
 #include <string_view>
 #include <termios.h>

@@ -7,7 +7,6 @@
 
 using brisk::BackEnd;
 using brisk::debugLog;
-using brisk::Dispatched;
 using brisk::DispatchedThenLogged;
 using brisk::LoggedThenDispatched;
 

@@ -194,7 +194,7 @@ BRISK_AVX2_INLINE void Store16Pixels(__m256i y, const Chroma& chroma, uint8_t* p
   for (int part = 0; part < 3; ++part) {
     const __m128i bytes = _mm_or_si128(_mm_or_si128(Spread(blue, part, 0), Spread(green, part, 1)),
                                        Spread(red, part, 2));
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(pixels + 16 * part), bytes);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(pixels + ptrdiff_t{16} * part), bytes);
   }
 }
 
@@ -203,7 +203,7 @@ BRISK_AVX2_INLINE void Store16Pixels(__m256i y, const Chroma& chroma, uint8_t* p
 BRISK_AVX2 void InverseDctAvx2(const int32_t* coefficients, uint8_t* samples, size_t stride) {
   Vectors v;
   for (int i = 0; i < 8; ++i) {
-    v[i] = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(coefficients + 8 * i));
+    v[i] = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(coefficients + ptrdiff_t{8} * i));
   }
   if (!AreSafe(v)) return InverseDct(coefficients, samples, stride);
 

@@ -49,7 +49,7 @@ bool OnlyFirst(const Vector& in) {
 
 Vector TransformColumn(const int32_t* coefficients) {
   Vector in;
-  for (unsigned i = 0; i < 8; ++i) in[i] = static_cast<uint32_t>(coefficients[8 * i]);
+  for (size_t i = 0; i < 8; ++i) in[i] = static_cast<uint32_t>(coefficients[8 * i]);
   if (OnlyFirst(in)) {
     in.fill(in[0] << dct::kColumnScaleBits);
     return in;

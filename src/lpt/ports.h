@@ -17,7 +17,7 @@ class Ports {
   // the cost of the write counts towards the settle time. Never sleeps.
   void Port_Out(uint16_t port, uint8_t value) {
     const uint64_t start = clock_.TimeStampCounter();
-    const uint64_t deadline = start + dwPortDelay * dwCpuMHz;  // 32-bit product
+    const uint64_t deadline = start + uint32_t{dwPortDelay * dwCpuMHz};  // 32-bit product
     io_.Out(port, value);
     for (uint64_t now = start; static_cast<int64_t>(deadline - now) > 0;) {
       now = clock_.TimeStampCounter();

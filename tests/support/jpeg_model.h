@@ -9,6 +9,8 @@
 
 namespace brisk {
 
+constexpr size_t Size(int value) { return static_cast<size_t>(value); }
+
 // A JPEG picture as its quantised coefficients. From them come the file, by an encoder of the
 // simplest kind, and the picture that a decoder must make of it, by the arithmetic written down
 // term by term; neither knows anything of the decoder under test.
@@ -58,9 +60,9 @@ struct JpegModel {
       }
     }
     for (size_t c = 0; c < 3; ++c) {
-      const auto count = static_cast<size_t>(McuColumns() * McuRows() * components[c].horizontal *
-                                             components[c].vertical);
-      blocks[c].assign(count, Block{});
+      const int count =
+          McuColumns() * McuRows() * components[c].horizontal * components[c].vertical;
+      blocks[c].assign(Size(count), Block{});
       for (Block& block : blocks[c]) {
         block[0] = static_cast<int>(random() % 41) - 20;
         for (size_t k = 1; k < 64; ++k) {
@@ -78,16 +80,13 @@ inline std::array<int, 64> WalkZigzag() {
   int x = 0;
   int y = 0;
   for (int k = 0; k < 64; ++k) {
-    natural[static_cast<size_t>(k)] = 8 * y + x;
+    natural[Size(k)] = 8 * y + x;
     const bool up = (x + y) % 2 == 0;
-    if (up && x == 7) {
+    // At an edge the walk steps along it; inside, along the diagonal.
+    if (up ? x == 7 : x == 0 && y != 7) {
       ++y;
-    } else if (up && y == 0) {
+    } else if (up ? y == 0 : y == 7) {
       ++x;
-    } else if (!up && y == 7) {
-      ++x;
-    } else if (!up && x == 0) {
-      ++y;
     } else {
       x += up ? 1 : -1;
       y += up ? -1 : 1;
@@ -183,7 +182,7 @@ inline std::vector<uint8_t> SlowDecode(const JpegModel& model) {
   const int height = model.OutputHeight();
   std::array<std::vector<int>, 3> planes;  // at full size
   for (size_t c = 0; c < 3; ++c) {
-    planes[c].resize(static_cast<size_t>(width * height));
+    planes[c].resize(Size(width * height));
     const auto& component = model.components[c];
     const int perMcu = component.horizontal * component.vertical;
     const int stretchX = model.components[0].horizontal / component.horizontal;
@@ -191,9 +190,8 @@ inline std::vector<uint8_t> SlowDecode(const JpegModel& model) {
     for (int i = 0; i < static_cast<int>(model.blocks[c].size()); ++i) {
       std::array<int32_t, 64> coefficients{};
       for (size_t k = 0; k < 64; ++k) {
-        coefficients[static_cast<size_t>(zigzag[k])] =
-            static_cast<int32_t>(Wrap(int64_t{model.blocks[c][static_cast<size_t>(i)][k]} *
-                                      model.quantisation[static_cast<size_t>(component.table)][k]));
+        coefficients[Size(zigzag[k])] = static_cast<int32_t>(Wrap(
+            int64_t{model.blocks[c][Size(i)][k]} * model.quantisation[Size(component.table)][k]));
       }
       const auto samples = SlowInverseDct(coefficients);
       const int mcu = i / perMcu;
@@ -203,14 +201,14 @@ inline std::vector<uint8_t> SlowDecode(const JpegModel& model) {
           (mcu / model.McuColumns() * component.vertical + i % perMcu / component.horizontal) * 8;
       for (int y = 0; y < 8 * stretchY; ++y) {
         for (int x = 0; x < 8 * stretchX; ++x) {
-          planes[c][static_cast<size_t>((top * stretchY + y) * width + left * stretchX + x)] =
-              samples[static_cast<size_t>(y / stretchY * 8 + x / stretchX)];
+          planes[c][Size((top * stretchY + y) * width + left * stretchX + x)] =
+              samples[Size(y / stretchY * 8 + x / stretchX)];
         }
       }
     }
   }
-  std::vector<uint8_t> pixels(static_cast<size_t>(3 * width * height));
-  for (size_t i = 0; i < static_cast<size_t>(width * model.height); ++i) {
+  std::vector<uint8_t> pixels(Size(3 * width * height));
+  for (size_t i = 0; i < Size(width * model.height); ++i) {
     const auto bgr = SlowColour(planes[0][i], planes[1][i], planes[2][i]);
     for (size_t k = 0; k < 3; ++k) pixels[3 * i + k] = bgr[k];
   }
@@ -227,7 +225,7 @@ struct ModelTable {
     uint32_t code = 0;
     size_t next = 0;
     for (int length = 1; length <= 16; ++length, code <<= 1) {
-      for (int i = 0; i < counts[static_cast<size_t>(length - 1)]; ++i) {
+      for (int i = 0; i < counts[Size(length - 1)]; ++i) {
         codes[symbols[next++]] = {code++, length};
       }
     }
@@ -273,7 +271,7 @@ class JpegEncoder {
     }
     std::vector<uint8_t> scan = {3};
     for (const int c : model_.scanOrder) {
-      scan.push_back(static_cast<uint8_t>(model_.components[static_cast<size_t>(c)].identifier));
+      scan.push_back(static_cast<uint8_t>(model_.components[Size(c)].identifier));
       scan.push_back(0x00);
     }
     scan.insert(scan.end(), {0, 63, 0});
@@ -290,7 +288,7 @@ class JpegEncoder {
   }
 
   void Marker(uint8_t code) {
-    file_.insert(file_.end(), static_cast<size_t>(1 + model_.fillBytes), 0xFF);
+    file_.insert(file_.end(), Size(1 + model_.fillBytes), 0xFF);
     file_.push_back(code);
   }
 
@@ -347,11 +345,10 @@ class JpegEncoder {
         predictors = {};
       }
       for (const int c : model_.scanOrder) {
-        const auto& component = model_.components[static_cast<size_t>(c)];
+        const auto& component = model_.components[Size(c)];
         const int perMcu = component.horizontal * component.vertical;
         for (int b = 0; b < perMcu; ++b) {
-          EncodeBlock(model_.blocks[static_cast<size_t>(c)][static_cast<size_t>(mcu * perMcu + b)],
-                      predictors[static_cast<size_t>(c)]);
+          EncodeBlock(model_.blocks[Size(c)][Size(mcu * perMcu + b)], predictors[Size(c)]);
         }
       }
     }
@@ -382,7 +379,7 @@ class JpegEncoder {
   }
 
   void Symbol(const ModelTable& table, int symbol) {
-    const auto [code, length] = table.codes[static_cast<size_t>(symbol)];
+    const auto [code, length] = table.codes[Size(symbol)];
     Bits(code, length);
   }
 
