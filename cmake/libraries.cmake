@@ -19,7 +19,7 @@ function(brisk_shared_library name)
       brisk_windows_exports(${name} BRISK)
       brisk_carry_driver(${name})
     else()
-      brisk_windows_exports(${name} ${name} "BriskSimConfigure 12 =")
+      brisk_windows_exports(${name} ${name} "BriskSimConfigure 12 =" "BriskSimSnapshot 16 =")
     endif()
     target_link_options(${name} PRIVATE
       -static -static-libgcc -static-libstdc++

@@ -15,6 +15,7 @@ Board::Board(const Options& options, VirtualClock& clock, Trace& trace, Faults& 
       picture_(trace),
       controller_(std::make_unique<TimingController>(options, i2c_, faults)),
       receiver_(std::make_unique<PictureReceiver>(*controller_)),
+      memory_(*controller_, *receiver_),
       eeprom_(std::make_unique<Eeprom>(i2c_, faults, clock)) {
   picture_.SetDevice(receiver_.get());
   if (options.flash != nullptr) {
@@ -27,9 +28,15 @@ Board::Board(const Options& options, VirtualClock& clock, Trace& trace, Faults& 
   }
 }
 
-Board::~Board() = default;
+Board::~Board() { SaveFiles(); }
 
 std::string Board::AttachFiles(const Options& options) {
+  if (!options.memory.empty()) {
+    std::string wrong = memory_.Attach(options.memory);
+    if (!wrong.empty()) return wrong;
+    // A frame that is asked for counts more than the one that was kept.
+    if (options.frameGiven) controller_->SetFrame(options.frameWidth, options.frameHeight);
+  }
   if (options.image.empty()) return "";
   if (flash_ == nullptr)
     return "image=" + options.image + " needs a flash, but flash=none is given";

@@ -4,6 +4,7 @@
 #include <mutex>
 #include <string>
 
+#include "controller_memory.h"
 #include "wires.h"
 
 namespace brisk::sim {
@@ -30,8 +31,10 @@ class Board {
   Board(const Board&) = delete;
   Board& operator=(const Board&) = delete;
 
-  // Empty when done, else why the flash image cannot be used.
+  // Loads what the board's files keep. Empty when done, else what is wrong with a file.
   std::string AttachFiles(const Options& options);
+  // Writes what is not written as it changes; done once more at the board's end.
+  void SaveFiles() { memory_.Save(); }
 
   I2cWires& i2c() { return i2c_; }
   SpiWires& spi() { return spi_; }
@@ -51,6 +54,7 @@ class Board {
   std::recursive_mutex mutex_;
   std::unique_ptr<TimingController> controller_;
   std::unique_ptr<PictureReceiver> receiver_;
+  ControllerMemory memory_;
   std::unique_ptr<Eeprom> eeprom_;
   std::unique_ptr<NorFlash> flash_;
   std::unique_ptr<RegisterFile> tenBit_;

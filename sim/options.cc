@@ -84,12 +84,18 @@ std::string SetImage(std::string_view value, Options* options) {
   return "";
 }
 
+std::string SetMemory(std::string_view value, Options* options) {
+  options->memory = value;
+  return "";
+}
+
 std::string SetFrame(std::string_view value, Options* options) {
   const size_t mark = value.find('x');
   if (mark != std::string_view::npos && ParseNumber(value.substr(0, mark), &options->frameWidth) &&
       ParseNumber(value.substr(mark + 1), &options->frameHeight) && options->frameWidth != 0 &&
       options->frameHeight != 0 && options->frameWidth <= kMostPixels &&
       options->frameHeight <= kMostPixels) {
+    options->frameGiven = true;
     return "";
   }
   return NotANumber("frame", value, "WIDTHxHEIGHT, each from 1 to 65535,");
@@ -148,6 +154,7 @@ constexpr Key kKeys[] = {
     {"flash", "CHIP: the board's flash, or none", SetFlash},
     {"chip-erase-ms", "N: how long a chip erase takes", SetChipErase},
     {"image", "FILE: keeps the flash contents between runs", SetImage},
+    {"memory", "FILE: keeps the controller's registers and frame memory between runs", SetMemory},
     {"frame", "WxH: size of the display frame", SetFrame},
     {"ten-bit", "ADDRESS: adds an I2C device with a 10-bit address", SetTenBit},
     {"trace", "FILE: every line's changes as a VCD file", SetTrace},

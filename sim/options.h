@@ -18,6 +18,8 @@ struct Options {
   const FlashChip* flash = nullptr;  // null = no flash on the board
   uint32_t chipEraseMs = 0;          // 0 = the chip's own
   std::string image;
+  std::string memory;
+  bool frameGiven = false;
   unsigned frameWidth = 1024;
   unsigned frameHeight = 768;
   int tenBitAddress = -1;  // of the 10-bit I2C device; -1 = none

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "wires.h"
@@ -37,6 +38,10 @@ class PictureReceiver final : public PictureDevice {
   uint32_t Pixel(bool second, uint32_t x, uint32_t y) const;
   // A plane as a 24-bit BMP file, converted to RGB. Larger planes are cut at 1600 x 1200.
   std::vector<uint8_t> Snapshot(bool second) const;
+
+  // Frame memory, a cell per pixel, as far as it has been written.
+  const std::vector<uint32_t>& memory() const { return memory_; }
+  void SetMemory(std::vector<uint32_t> memory) { memory_ = std::move(memory); }
 
   uint64_t words() const { return words_; }
   uint64_t faults(Fault fault) const { return faults_[static_cast<size_t>(fault)]; }

@@ -42,6 +42,7 @@ std::string ReplaceBench(std::string_view text) {
   std::string wrong = ParseOptions(text, &options);
   if (!wrong.empty()) return wrong;
   Current()->trace().Close();
+  Current()->board().SaveFiles();  // the next bench may load them
   std::unique_ptr<Bench> made = Bench::Make(options, &wrong);
   if (made != nullptr) Current() = std::move(made);
   return wrong;

@@ -25,6 +25,8 @@ class TimingController final : public RegisterFile {
 
   // Both planes have the frame's size, RGB and 16-bit pixels; the second follows the first.
   TimingController(const Options& options, I2cWires& wires, Faults& faults);
+
+  void SetFrame(unsigned width, unsigned height);
 };
 
 }  // namespace brisk::sim

@@ -173,11 +173,12 @@ Outcome Snapshot(Session& session, const Arguments& arguments) {
                         "the picture port only writes: a real controller cannot be read back",
                         "add --sim for the simulated bench");
   }
-  if (std::optional<Failure> failure = session.Ready(kPicture)) return *failure;
-  if (session.api().BriskSimSnapshot == nullptr) {
-    return OperationFailure(tried, session.libraryPath() + " has no BriskSimSnapshot",
-                            "use the library that came with this brisk");
+  if (!session.options().SimulationHas("memory")) {
+    return UsageFailure(tried, "the simulated controller is switched off after every command",
+                        "keep its memory in a file, here and in the commands before: "
+                        "--sim=memory=FILE");
   }
+  if (std::optional<Failure> failure = session.Ready(kPicture)) return *failure;
   std::array<char, 1024> message{};
   if (session.api().BriskSimSnapshot(arguments.file.c_str(), arguments.plane - 1, message.data(),
                                      message.size()) != 0) {

@@ -14,7 +14,7 @@ void Store(Api& api, void* symbol) {
 }
 
 // Who must have a function.
-enum class Need { kAlways, kSimulated, kOptional };
+enum class Need { kAlways, kSimulated };
 
 struct Row {
   const char* name;
@@ -81,7 +81,7 @@ constexpr std::array kFunctions = {
     BRISK_TOOL_FTDI(I2C_Read, 32),
     BRISK_TOOL_FTDI(I2C_GetErrorCodeString, 16),
     Row{"BriskSimConfigure", nullptr, BRISK_TOOL_STORE(BriskSimConfigure), Need::kSimulated},
-    Row{"BriskSimSnapshot", nullptr, BRISK_TOOL_STORE(BriskSimSnapshot), Need::kOptional},
+    Row{"BriskSimSnapshot", nullptr, BRISK_TOOL_STORE(BriskSimSnapshot), Need::kSimulated},
 };
 
 #undef BRISK_TOOL_FTDI

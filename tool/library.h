@@ -71,9 +71,7 @@ struct Api {
   BRISK_TOOL_MEMBER(I2C_GetErrorCodeString);
   // The simulated bench's library alone.
   BRISK_TOOL_MEMBER(BriskSimConfigure);
-  // Only a bench that keeps frame memory has it; its header does not promise it.
-  int(BRISK_CALL* BriskSimSnapshot)(const char* path, uint32_t plane, char* message,
-                                    uint32_t messageSize) = nullptr;
+  BRISK_TOOL_MEMBER(BriskSimSnapshot);
 #undef BRISK_TOOL_MEMBER
 };
 

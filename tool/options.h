@@ -20,6 +20,11 @@ struct Options {
   std::string firmware;
   bool json = false;
   bool verbose = false;
+
+  // Whether the bench's parameters say something of this key.
+  bool SimulationHas(const std::string& key) const {
+    return ("," + simulation).find("," + key + "=") != std::string::npos;
+  }
 };
 
 }  // namespace brisk::tool

@@ -11,10 +11,6 @@ namespace {
 constexpr uint32_t kUartBaud = 57600;
 constexpr uint32_t kTextBridgeBaud = 115200;
 
-bool HasKey(const std::string& parameters, const std::string& key) {
-  return ("," + parameters).find("," + key + "=") != std::string::npos;
-}
-
 void Append(std::string& parameters, const std::string& parameter) {
   if (!parameters.empty()) parameters += ',';
   parameters += parameter;
@@ -76,7 +72,7 @@ std::optional<Failure> Session::Load(const char* adapter) {
 
 std::optional<Failure> Session::ConfigureBench(const char* adapter) {
   std::string parameters = options_.simulation;
-  if (!HasKey(parameters, "adapter")) {
+  if (!options_.SimulationHas("adapter")) {
     Append(parameters, std::string("adapter=") + (adapter == nullptr ? device().adapter : adapter));
   }
   if (!options_.trace.empty()) Append(parameters, "trace=" + Escaped(options_.trace));

@@ -20,6 +20,10 @@ BRISK_BEGIN_DECLS
  *   chip-erase-ms=N       how long a chip erase takes; by default 0.5 s per MiB, which is quicker
  *                         than real
  *   frame=WxH             the controller's frame in pixels; default 1024x768
+ *   memory=FILE           keeps the controller's registers and frame memory, as if its power stayed
+ *                         on: loaded now (a missing file is a controller just switched on, and is
+ *                         created), written when the bench ends. frame=, where given, replaces the
+ *                         frame size that the file holds.
  *   ten-bit=ADDRESS       adds an I2C device with this 10-bit address (0 to 0x3FF); default none
  *   trace=FILE            every line's changes, as a VCD file
  *   clock=virtual | real  virtual (default): time passes only by what is done, so waiting costs
@@ -41,6 +45,14 @@ BRISK_BEGIN_DECLS
  * and `message` (which may be null) receives what is wrong, cut to messageSize with the NUL. */
 BRISK_API int BRISK_CALL BriskSimConfigure(const char* options, char* message,
                                            uint32_t messageSize);
+
+/* Saves a plane of the simulated frame memory, 0 or 1, as it would be displayed: a 24-bit BMP file
+ * of the plane's size in the controller's registers, at most 1600 x 1200 from its upper left
+ * corner. What nothing has written is black. The other calls may not run meanwhile.
+ *
+ * Result: 0 = done. Otherwise `message` receives what is wrong, as above. */
+BRISK_API int BRISK_CALL BriskSimSnapshot(const char* path, uint32_t plane, char* message,
+                                          uint32_t messageSize);
 
 BRISK_END_DECLS
 

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstdio>
+#include <memory>
+#include <string>
+
+namespace brisk::sim {
+
+class PictureReceiver;
+class TimingController;
+
+// A file that keeps the controller's registers and frame memory from one run to the next, as a
+// board does whose power stays on.
+class ControllerMemory {
+ public:
+  ControllerMemory(TimingController& controller, PictureReceiver& receiver)
+      : controller_(controller), receiver_(receiver) {}
+
+  // Loads the file; a missing one is created and changes nothing. Empty when done, else what is
+  // wrong with it.
+  std::string Attach(const std::string& path);
+  // Writes everything back. Without a file nothing happens.
+  void Save();
+
+ private:
+  struct CloseFile {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+  };
+  bool Load();
+
+  TimingController& controller_;
+  PictureReceiver& receiver_;
+  std::unique_ptr<std::FILE, CloseFile> file_;
+};
+
+}  // namespace brisk::sim
