@@ -6,6 +6,7 @@ usage: tool_test.py BRISK [unittest arguments], BRISK being the built command.
 import json
 import os
 import random
+import re
 import struct
 import subprocess
 import sys
@@ -122,6 +123,42 @@ class Buses(Bench):
                 self.done("-d", device, "--trace", "t.vcd", "string", "F4-10=1234-56.")
                 self.assertEqual(i2c_bytes(self.read("t.vcd").decode()),
                                  [[0xF4, 0x10, 0x34, 0x12, 0x56]])
+
+    def decoded(self, decoder, annotations):
+        """What sigrok-cli makes of the trace."""
+        return subprocess.run(
+            ["sigrok-cli", "-i", self.path("t.vcd"), "-I", "vcd:downsample=500", "-P", decoder,
+             "-A", annotations], text=True, capture_output=True, check=True, timeout=60).stdout
+
+    def test_wires_behind_the_other_adapters(self):
+        def transactions(device):
+            told = []
+            for command in (("write", "0xF4", "0x20", "0xA5", "0x5A"),
+                            ("read", "0xF4", "0x70", "-n", "2")):
+                self.done("-d", device, "--trace", "t.vcd", "i2c", *command)
+                told.append(self.decoded("i2c:scl=scl:sda=sda", "i2c=addr-data"))
+            return told
+
+        expected = transactions("lpt")
+        self.assertIn("Data read: 04\ni2c-1: NACK\ni2c-1: Stop", expected[1])
+        for device in ("u2c", "debug-board", "tcon-usb", "ftdi"):
+            with self.subTest(device=device):
+                self.assertEqual(transactions(device), expected)
+
+    def test_flash_wires_behind_the_other_adapters(self):
+        content = noise(600)
+        self.write("in.bin", content)
+        for device, fills_its_last_page in (("u2c", True), ("debug-board", True), ("ftdi", False)):
+            with self.subTest(device=device):
+                self.done("-d", device, "--trace", "t.vcd", "flash", "program", "--erase", "chip",
+                          "in.bin", image=f"{device}.img")
+                told = self.decoded("spi:clk=sck:mosi=mosi:miso=miso:cs=cs,spiflash",
+                                    "spiflash=commands")
+                pages = re.findall(r"Page program \(addr (0x\w+), \d+ bytes\): ([0-9a-f ]+)", told)
+                written = {int(at, 16) + i: byte for at, data in pages
+                           for i, byte in enumerate(bytes.fromhex(data))}
+                padded = content + b"\xFF" * (168 if fills_its_last_page else 0)
+                self.assertEqual(written, dict(enumerate(padded)))
 
     def test_scan(self):
         for device in (*WIRINGS, "uart", "text-bridge", "tcon-usb", "ftdi"):
