@@ -268,6 +268,15 @@ class Flash(Bench):
             self.assertRegex(message, "identification (FFFFFF|000000)")
             self.assertIn("wiring", message)
 
+    def test_first_walk(self):
+        content = noise(70000)
+        self.write("firmware.bin", content)
+        self.assertIn("EF4015", self.done("flash", "id"))
+        self.assertIn("verified", self.done("flash", "program", "firmware.bin"))
+        self.done("flash", "read", "--size", str(len(content)), "readback.bin")
+        self.assertEqual(self.read("readback.bin"), content)
+        self.assertEqual(self.done("string", "F4-70-F5="), "0400\n")
+
     def test_round_trip(self):
         # Another process, another device type: what was programmed is in the flash.
         for size, address in ((1, 0), (256, 0), (257, 256), (1000, 0x1F0), (513, 0xFFFF),
