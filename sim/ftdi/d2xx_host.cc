@@ -178,6 +178,7 @@ uint32_t D2xxHost::Write(Handle handle, const uint8_t* bytes, uint32_t count, ui
   }
   clock_.Spend(kTransferNs);
   slot->writes.emplace_back(bytes, bytes + count);
+  if (slot->writes.size() > kMostWrites) slot->writes.pop_front();
   slot->interface->Write(bytes, count);
   *written = count;
   return kOk;
@@ -237,7 +238,9 @@ uint32_t D2xxHost::Info(Handle handle, Entry* entry) {
 std::vector<std::vector<uint8_t>> D2xxHost::TakeWrites(std::string_view description) {
   const std::lock_guard lock(mutex_);
   for (const auto& slot : slots_) {
-    if (slot->interface->description() == description) return std::exchange(slot->writes, {});
+    if (slot->interface->description() != description) continue;
+    const auto writes = std::exchange(slot->writes, {});
+    return {writes.begin(), writes.end()};
   }
   return {};
 }

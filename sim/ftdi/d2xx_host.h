@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -67,7 +68,9 @@ class D2xxHost {
   uint32_t Setting(Handle handle, const char* function);
   uint32_t Info(Handle handle, Entry* entry);
 
-  // What the USB has carried. Every FT_Write of the interface with this description, in order.
+  // What the USB has carried: the last transfers of the interface with this description, oldest
+  // first.
+  static constexpr size_t kMostWrites = 1000;
   std::vector<std::vector<uint8_t>> TakeWrites(std::string_view description);
   uint64_t calls(const std::string& function);
   FtdiInterface* Find(std::string_view description);
@@ -75,7 +78,7 @@ class D2xxHost {
  private:
   struct Slot {
     std::unique_ptr<FtdiInterface> interface;
-    std::vector<std::vector<uint8_t>> writes;
+    std::deque<std::vector<uint8_t>> writes;
     uintptr_t handle = 0;  // 0 = closed
   };
 

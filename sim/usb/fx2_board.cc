@@ -34,6 +34,7 @@ UsbAnswer Fx2Board::Control(const UsbSetup& setup, std::vector<uint8_t>* data) {
   const std::lock_guard lock(bench_.board().mutex());
   bench_.clock().Spend(kControlNs);
   seen.push_back({setup, setup.in() ? std::vector<uint8_t>() : *data});
+  if (seen.size() > kMostSeen) seen.pop_front();
   const bool vendor = (setup.requestType & 0x60) == 0x40;
   if (vendor && bench_.faults().Strikes(FaultKind::kUsbStall)) return UsbAnswer::kStall;
   if (vendor && bench_.faults().Strikes(FaultKind::kUsbTimeOut)) return UsbAnswer::kSilent;

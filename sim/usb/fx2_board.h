@@ -52,12 +52,13 @@ class Fx2Board {
   uint8_t port(uint8_t number) const { return ports_[number]; }
   void SetPort(uint8_t number, uint8_t value) { ports_[number] = value; }
   unsigned i2cRate() const { return i2cRate_; }
-  // Every control transfer that arrived, in order.
+  // The last control transfers that arrived, oldest first.
+  static constexpr size_t kMostSeen = 1000;
   struct Seen {
     UsbSetup setup;
     std::vector<uint8_t> data;  // to the device
   };
-  std::vector<Seen> seen;
+  std::deque<Seen> seen;
 
  private:
   UsbAnswer Standard(const UsbSetup& setup, std::vector<uint8_t>* data);
