@@ -92,9 +92,9 @@ bool StopRequests::TakeStopRequest() {
 void SystemFacts::ExpectFullUse(void* memory, size_t size) {
 #ifdef MADV_HUGEPAGE
   constexpr uintptr_t kPage = 4096;
-  const auto begin = (reinterpret_cast<uintptr_t>(memory) + kPage - 1) / kPage * kPage;
-  const auto end = (reinterpret_cast<uintptr_t>(memory) + size) / kPage * kPage;
-  if (begin < end) madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE);
+  const uintptr_t before = (kPage - reinterpret_cast<uintptr_t>(memory) % kPage) % kPage;
+  if (before >= size) return;
+  madvise(static_cast<char*>(memory) + before, (size - before) / kPage * kPage, MADV_HUGEPAGE);
 #else
   static_cast<void>(memory);
   static_cast<void>(size);

@@ -46,6 +46,7 @@ constexpr uint8_t kSwitchOn = 0;
 constexpr uint8_t kSwitchOff = 1;
 constexpr uint32_t kBaseAcknowledged = 0x19;
 
+// NOLINTNEXTLINE(performance-no-int-to-ptr): the value that the system has for none
 void* InvalidHandle() { return reinterpret_cast<void*>(intptr_t{-1}); }
 
 SharedSection& Shared() { return platform().sharedMemory.Section(); }
