@@ -5,6 +5,7 @@
 
 #include "brisk/brisk_types.h"
 
+#include "stand_in.h"
 #include "u2c/u2c_device.h"
 
 namespace brisk::sim {
@@ -36,114 +37,108 @@ U2cDevice::Record Unpack(void* transaction) {
   return record;
 }
 
-int32_t BRISK_CALL Open() {
+}  // namespace
+
+int32_t BRISK_CALL OpenU2cDevice() {
   auto* device = static_cast<U2cDevice*>(bench().adapter("u2c"));
   return device != nullptr ? device->Open() : -1;
 }
 
-int32_t BRISK_CALL SetIoDirection(int32_t h, uint32_t mask, uint32_t outputs) {
+// Under the names that the library's users look for: the stand-alone library exports them.
+BRISK_STAND_IN int32_t BRISK_CALL U2C_SetIoDirection(int32_t h, uint32_t mask, uint32_t outputs) {
   return Do(h, "U2C_SetIoDirection", [&](U2cDevice& d) { d.SetDirection(mask, outputs); });
 }
 
-int32_t BRISK_CALL IoWrite(int32_t h, uint32_t value, uint32_t mask) {
+BRISK_STAND_IN int32_t BRISK_CALL U2C_IoWrite(int32_t h, uint32_t value, uint32_t mask) {
   return Do(h, "U2C_IoWrite", [&](U2cDevice& d) { d.SetLines(value, mask); });
 }
 
-int32_t BRISK_CALL Start(int32_t h) {
+BRISK_STAND_IN int32_t BRISK_CALL U2C_Start(int32_t h) {
   return Do(h, "U2C_Start", [](U2cDevice& d) { d.master().Start(); });
 }
 
-int32_t BRISK_CALL RepeatedStart(int32_t h) {
+BRISK_STAND_IN int32_t BRISK_CALL U2C_RepeatedStart(int32_t h) {
   return Do(h, "U2C_RepeatedStart", [](U2cDevice& d) { d.master().Start(); });
 }
 
-int32_t BRISK_CALL Stop(int32_t h) {
+BRISK_STAND_IN int32_t BRISK_CALL U2C_Stop(int32_t h) {
   return Do(h, "U2C_Stop", [](U2cDevice& d) { d.master().Stop(); });
 }
 
-int32_t BRISK_CALL PutByteWithAck(int32_t h, uint8_t byte) {
+BRISK_STAND_IN int32_t BRISK_CALL U2C_PutByteWithAck(int32_t h, uint8_t byte) {
   return OnDevice(h, "U2C_PutByteWithAck",
                   [&](U2cDevice& d) { return d.master().Send(byte) ? 0 : U2cDevice::kFailed; });
 }
 
-int32_t BRISK_CALL GetByteWithAck(int32_t h, uint8_t* byte, int32_t acknowledge) {
+BRISK_STAND_IN int32_t BRISK_CALL U2C_GetByteWithAck(int32_t h, uint8_t* byte,
+                                                     int32_t acknowledge) {
   return Do(h, "U2C_GetByteWithAck",
             [&](U2cDevice& d) { *byte = d.master().Receive(acknowledge != 0); });
 }
 
-int32_t BRISK_CALL Write(int32_t h, void* record) {
+BRISK_STAND_IN int32_t BRISK_CALL U2C_Write(int32_t h, void* record) {
   return OnDevice(h, "U2C_Write", [&](U2cDevice& d) { return d.Write(Unpack(record)); });
 }
 
-int32_t BRISK_CALL Read(int32_t h, void* record) {
+BRISK_STAND_IN int32_t BRISK_CALL U2C_Read(int32_t h, void* record) {
   return OnDevice(h, "U2C_Read", [&](U2cDevice& d) { return d.Read(Unpack(record)); });
 }
 
-int32_t BRISK_CALL SetI2cFreq(int32_t h, uint8_t code) {
+BRISK_STAND_IN int32_t BRISK_CALL U2C_SetI2cFreq(int32_t h, uint8_t code) {
   return OnDevice(h, "U2C_SetI2cFreq", [&](U2cDevice& d) { return d.SetI2cCode(code); });
 }
 
-int32_t BRISK_CALL SpiSetFreq(int32_t h, uint8_t code) {
+BRISK_STAND_IN int32_t BRISK_CALL U2C_SpiSetFreq(int32_t h, uint8_t code) {
   return OnDevice(h, "U2C_SpiSetFreq", [&](U2cDevice& d) { return d.SetSpiCode(code); });
 }
 
-int32_t BRISK_CALL SpiWrite(int32_t h, uint8_t* bytes, uint16_t count) {
+BRISK_STAND_IN int32_t BRISK_CALL U2C_SpiWrite(int32_t h, uint8_t* bytes, uint16_t count) {
   return Do(h, "U2C_SpiWrite", [&](U2cDevice& d) {
     for (unsigned i = 0; i < count; ++i) d.ExchangeSpi(bytes[i]);
   });
 }
 
-int32_t BRISK_CALL SpiRead(int32_t h, uint8_t* bytes, uint16_t count) {
+BRISK_STAND_IN int32_t BRISK_CALL U2C_SpiRead(int32_t h, uint8_t* bytes, uint16_t count) {
   return Do(h, "U2C_SpiRead", [&](U2cDevice& d) {
     for (unsigned i = 0; i < count; ++i) bytes[i] = d.ExchangeSpi(0xFF);
   });
 }
 
-int32_t BRISK_CALL DropSda(int32_t h) {
+BRISK_STAND_IN int32_t BRISK_CALL U2C_DropSda(int32_t h) {
   return Do(h, "U2C_DropSda", [](U2cDevice& d) { d.DriveSda(false); });
 }
 
-int32_t BRISK_CALL ReleaseSda(int32_t h) {
+BRISK_STAND_IN int32_t BRISK_CALL U2C_ReleaseSda(int32_t h) {
   return Do(h, "U2C_ReleaseSda", [](U2cDevice& d) { d.DriveSda(true); });
 }
 
-int32_t BRISK_CALL DropScl(int32_t h) {
+BRISK_STAND_IN int32_t BRISK_CALL U2C_DropScl(int32_t h) {
   return Do(h, "U2C_DropScl", [](U2cDevice& d) { d.DriveScl(false); });
 }
 
-int32_t BRISK_CALL ReleaseScl(int32_t h) {
+BRISK_STAND_IN int32_t BRISK_CALL U2C_ReleaseScl(int32_t h) {
   return Do(h, "U2C_ReleaseScl", [](U2cDevice& d) { d.DriveScl(true); });
 }
 
-template <typename Function>
-LibraryShelf::Symbol Named(const char* name, Function function) {
-  return {name, 0, reinterpret_cast<void*>(function)};
+std::vector<LibraryShelf::Symbol> U2cCommonSymbols() {
+  return {{"OpenU2C", 0, reinterpret_cast<void*>(OpenU2cDevice)}};
 }
 
-}  // namespace
-
-std::vector<LibraryShelf::Symbol> U2cCommonSymbols() { return {Named("OpenU2C", Open)}; }
-
 std::vector<LibraryShelf::Symbol> U2cBridgeSymbols() {
+#define BRISK_SYMBOL(name) \
+  LibraryShelf::Symbol { #name, 0, reinterpret_cast < void*>(name) }
   return {
-      Named("U2C_SetIoDirection", SetIoDirection),
-      Named("U2C_IoWrite", IoWrite),
-      Named("U2C_Start", Start),
-      Named("U2C_RepeatedStart", RepeatedStart),
-      Named("U2C_Stop", Stop),
-      Named("U2C_PutByteWithAck", PutByteWithAck),
-      Named("U2C_GetByteWithAck", GetByteWithAck),
-      Named("U2C_Write", Write),
-      Named("U2C_Read", Read),
-      Named("U2C_SetI2cFreq", SetI2cFreq),
-      Named("U2C_SpiSetFreq", SpiSetFreq),
-      Named("U2C_SpiWrite", SpiWrite),
-      Named("U2C_SpiRead", SpiRead),
-      Named("U2C_DropSda", DropSda),
-      Named("U2C_ReleaseSda", ReleaseSda),
-      Named("U2C_DropScl", DropScl),
-      Named("U2C_ReleaseScl", ReleaseScl),
+      BRISK_SYMBOL(U2C_SetIoDirection), BRISK_SYMBOL(U2C_IoWrite),
+      BRISK_SYMBOL(U2C_Start),          BRISK_SYMBOL(U2C_RepeatedStart),
+      BRISK_SYMBOL(U2C_Stop),           BRISK_SYMBOL(U2C_PutByteWithAck),
+      BRISK_SYMBOL(U2C_GetByteWithAck), BRISK_SYMBOL(U2C_Write),
+      BRISK_SYMBOL(U2C_Read),           BRISK_SYMBOL(U2C_SetI2cFreq),
+      BRISK_SYMBOL(U2C_SpiSetFreq),     BRISK_SYMBOL(U2C_SpiWrite),
+      BRISK_SYMBOL(U2C_SpiRead),        BRISK_SYMBOL(U2C_DropSda),
+      BRISK_SYMBOL(U2C_ReleaseSda),     BRISK_SYMBOL(U2C_DropScl),
+      BRISK_SYMBOL(U2C_ReleaseScl),
   };
+#undef BRISK_SYMBOL
 }
 
 }  // namespace brisk::sim

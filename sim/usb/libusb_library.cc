@@ -13,16 +13,14 @@
 #include <thread>
 #include <vector>
 
+#include "stand_in.h"
 #include "usb/fx2_adapter.h"
 #include "usb/fx2_descriptors.h"
-#include "usb/stand_in.h"
 
 using brisk::sim::Fx2Board;
 using brisk::sim::UsbAnswer;
 using brisk::sim::UsbSetup;
 using std::chrono::steady_clock;
-
-#define STAND_IN_API extern "C" __attribute__((visibility("default")))
 
 struct libusb_context {
   int unused;
@@ -132,79 +130,79 @@ void Complete(libusb_transfer* transfer) {
 
 }  // namespace
 
-STAND_IN_API int libusb_init(libusb_context** context) {
+BRISK_STAND_IN int libusb_init(libusb_context** context) {
   if (Board() == nullptr) return kErrorIo;
   *context = new libusb_context{};
   return kSuccess;
 }
 
-STAND_IN_API void libusb_exit(libusb_context* context) { delete context; }
+BRISK_STAND_IN void libusb_exit(libusb_context* context) { delete context; }
 
-STAND_IN_API ssize_t libusb_get_device_list(libusb_context* /*context*/, libusb_device*** list) {
+BRISK_STAND_IN ssize_t libusb_get_device_list(libusb_context* /*context*/, libusb_device*** list) {
   const bool present = Board()->Present();
   *list = new libusb_device* [2] { present ? &onlyDevice : nullptr, nullptr };
   if (present) ++onlyDevice.references;
   return present ? 1 : 0;
 }
 
-STAND_IN_API void libusb_free_device_list(libusb_device** list, int unreference) {
+BRISK_STAND_IN void libusb_free_device_list(libusb_device** list, int unreference) {
   if (unreference != 0 && list[0] != nullptr) --list[0]->references;
   delete[] list;
 }
 
-STAND_IN_API int libusb_get_device_descriptor(libusb_device* /*device*/, void* descriptor) {
+BRISK_STAND_IN int libusb_get_device_descriptor(libusb_device* /*device*/, void* descriptor) {
   const std::vector<uint8_t> bytes = brisk::sim::Fx2DeviceDescriptor();
   std::memcpy(descriptor, bytes.data(), bytes.size());
   return kSuccess;
 }
 
-STAND_IN_API uint8_t libusb_get_bus_number(libusb_device* /*device*/) { return 1; }
-STAND_IN_API uint8_t libusb_get_device_address(libusb_device* /*device*/) { return 7; }
-STAND_IN_API int libusb_get_device_speed(libusb_device* /*device*/) { return kSpeedHigh; }
+BRISK_STAND_IN uint8_t libusb_get_bus_number(libusb_device* /*device*/) { return 1; }
+BRISK_STAND_IN uint8_t libusb_get_device_address(libusb_device* /*device*/) { return 7; }
+BRISK_STAND_IN int libusb_get_device_speed(libusb_device* /*device*/) { return kSpeedHigh; }
 
-STAND_IN_API int libusb_open(libusb_device* device, libusb_device_handle** handle) {
+BRISK_STAND_IN int libusb_open(libusb_device* device, libusb_device_handle** handle) {
   if (!Board()->Present()) return kErrorNoDevice;
   ++device->references;
   *handle = new libusb_device_handle{false};
   return kSuccess;
 }
 
-STAND_IN_API void libusb_close(libusb_device_handle* handle) {
+BRISK_STAND_IN void libusb_close(libusb_device_handle* handle) {
   --onlyDevice.references;
   delete handle;
 }
 
-STAND_IN_API int libusb_reset_device(libusb_device_handle* /*handle*/) {
+BRISK_STAND_IN int libusb_reset_device(libusb_device_handle* /*handle*/) {
   Board()->ResetPort();
   return kSuccess;
 }
 
-STAND_IN_API int libusb_set_auto_detach_kernel_driver(libusb_device_handle* /*handle*/,
-                                                      int /*enable*/) {
+BRISK_STAND_IN int libusb_set_auto_detach_kernel_driver(libusb_device_handle* /*handle*/,
+                                                        int /*enable*/) {
   return kSuccess;
 }
 
-STAND_IN_API int libusb_claim_interface(libusb_device_handle* handle, int number) {
+BRISK_STAND_IN int libusb_claim_interface(libusb_device_handle* handle, int number) {
   if (number != 0) return kErrorNotFound;
   if (handle->claimed) return kErrorBusy;
   handle->claimed = true;
   return kSuccess;
 }
 
-STAND_IN_API int libusb_release_interface(libusb_device_handle* handle, int /*number*/) {
+BRISK_STAND_IN int libusb_release_interface(libusb_device_handle* handle, int /*number*/) {
   handle->claimed = false;
   return kSuccess;
 }
 
-STAND_IN_API libusb_transfer* libusb_alloc_transfer(int isoPackets) {
+BRISK_STAND_IN libusb_transfer* libusb_alloc_transfer(int isoPackets) {
   const size_t size = sizeof(libusb_transfer) +
                       static_cast<size_t>(isoPackets) * sizeof(libusb_iso_packet_descriptor);
   return static_cast<libusb_transfer*>(std::calloc(1, size));
 }
 
-STAND_IN_API void libusb_free_transfer(libusb_transfer* transfer) { std::free(transfer); }
+BRISK_STAND_IN void libusb_free_transfer(libusb_transfer* transfer) { std::free(transfer); }
 
-STAND_IN_API int libusb_submit_transfer(libusb_transfer* transfer) {
+BRISK_STAND_IN int libusb_submit_transfer(libusb_transfer* transfer) {
   Fx2Board& board = *Board();
   transfer->actual_length = 0;
   const UsbAnswer answer =
@@ -218,7 +216,7 @@ STAND_IN_API int libusb_submit_transfer(libusb_transfer* transfer) {
   return kSuccess;
 }
 
-STAND_IN_API int libusb_cancel_transfer(libusb_transfer* transfer) {
+BRISK_STAND_IN int libusb_cancel_transfer(libusb_transfer* transfer) {
   for (Pending& each : pending) {
     if (each.transfer != transfer) continue;
     if (!each.done) transfer->status = kCancelled;
@@ -228,8 +226,8 @@ STAND_IN_API int libusb_cancel_transfer(libusb_transfer* transfer) {
   return kErrorNotFound;
 }
 
-STAND_IN_API int libusb_handle_events_timeout_completed(libusb_context* /*context*/,
-                                                        timeval* timeOut, int* completed) {
+BRISK_STAND_IN int libusb_handle_events_timeout_completed(libusb_context* /*context*/,
+                                                          timeval* timeOut, int* completed) {
   const auto now = steady_clock::now();
   auto end =
       now + std::chrono::seconds(timeOut->tv_sec) + std::chrono::microseconds(timeOut->tv_usec);

@@ -1,14 +1,11 @@
 // The debug board's library by itself: the four functions under their own names, on a bench of its
 // own. On Windows its handles are the system's, because that is what the library's users close.
+#include "stand_in.h"
 #include "usb/debug_board_adapter.h"
-#include "usb/stand_in.h"
 
 #if defined(_WIN32)
 #include <map>
 #include <windows.h>
-#define STAND_IN_API
-#else
-#define STAND_IN_API __attribute__((visibility("default")))
 #endif
 
 namespace {
@@ -39,29 +36,26 @@ void Prepare() { brisk::sim::UseStandInBench("debug-board"); }
 
 }  // namespace
 
-extern "C" {
-
-STAND_IN_API void* BRISK_CALL W6563_OpenDev(void) {
+BRISK_STAND_IN void* BRISK_CALL W6563_OpenDev(void) {
   Prepare();
   return Wrap(brisk::sim::WinIoOpenDev());
 }
 
-STAND_IN_API void* BRISK_CALL W6563_OpenPipe(const char* name) {
+BRISK_STAND_IN void* BRISK_CALL W6563_OpenPipe(const char* name) {
   Prepare();
   return Wrap(brisk::sim::WinIoOpenPipe(name));
 }
 
-STAND_IN_API uint32_t BRISK_CALL W6563_BulkWrite(void* pipe, void* buffer, uint32_t length,
-                                                 uint32_t* count) {
+BRISK_STAND_IN uint32_t BRISK_CALL W6563_BulkWrite(void* pipe, void* buffer, uint32_t length,
+                                                   uint32_t* count) {
   return brisk::sim::WinIoBulkWrite(Unwrap(pipe), buffer, length, count);
 }
 
-STAND_IN_API uint32_t BRISK_CALL W6563_BulkRead(void* pipe, void* buffer, uint32_t length,
-                                                uint32_t* count) {
+BRISK_STAND_IN uint32_t BRISK_CALL W6563_BulkRead(void* pipe, void* buffer, uint32_t length,
+                                                  uint32_t* count) {
   return brisk::sim::WinIoBulkRead(Unwrap(pipe), buffer, length, count);
 }
 
 #if !defined(_WIN32)
-STAND_IN_API void W6563_CloseHandle(void* handle) { brisk::sim::WinIoCloseHandle(handle); }
+BRISK_STAND_IN void W6563_CloseHandle(void* handle) { brisk::sim::WinIoCloseHandle(handle); }
 #endif
-}

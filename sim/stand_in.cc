@@ -1,4 +1,4 @@
-#include "usb/stand_in.h"
+#include "stand_in.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -12,11 +12,10 @@ namespace brisk::sim {
 void UseStandInBench(const char* adapter) {
   static std::once_flag made;
   std::call_once(made, [adapter] {
-    const std::string plain = std::string("adapter=") + adapter;
+    const std::string plain = std::string("clock=real,adapter=") + adapter;
     const char* text = std::getenv("BRISK_SIM");  // NOLINT(concurrency-mt-unsafe): never set here
-    std::string options = text != nullptr ? text : plain;
-    if (options.find("adapter=") == std::string::npos) options += "," + plain;
-    const std::string wrong = ReplaceBench(options);
+    // A key that is given twice counts with its last value.
+    const std::string wrong = ReplaceBench(text != nullptr ? plain + "," + text : plain);
     if (wrong.empty()) return;
     std::fprintf(stderr, "BRISK_SIM: %s\n", wrong.c_str());
     ReplaceBench(plain);
