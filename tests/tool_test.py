@@ -95,7 +95,7 @@ class Buses(Bench):
 
     def test_registers_of_every_adapter(self):
         # The text bridge and the boards reach the same controller over their own ways.
-        for device in (*WIRINGS, "uart", "text-bridge", "tcon-usb", "debug-board", "ftdi"):
+        for device in (*WIRINGS, "u2c", "uart", "text-bridge", "tcon-usb", "debug-board", "ftdi"):
             with self.subTest(device=device):
                 width = self.json(0, "-d", device, "i2c", "read", "0xF4", "0x70", "-n", "2",
                                   frame="800x600")
@@ -161,7 +161,7 @@ class Buses(Bench):
                 self.assertEqual(written, dict(enumerate(padded)))
 
     def test_scan(self):
-        for device in (*WIRINGS, "uart", "text-bridge", "tcon-usb", "ftdi"):
+        for device in (*WIRINGS, "u2c", "uart", "text-bridge", "tcon-usb", "ftdi"):
             with self.subTest(device=device):
                 self.assertEqual(self.json(0, "-d", device, "i2c", "scan")["addresses"],
                                  [0x50, 0x7A])
@@ -220,6 +220,8 @@ class Buses(Bench):
         high, middle, low = told["bytes"]
         self.assertEqual(told["word"], high << 16 | middle << 8 | low)
         self.assertIn("no setting", self.failed(1, "pll", "clock", "0", "14318"))
+        for device in ("lpt-b", "lpt-c", "u2c"):
+            self.assertEqual(self.json(0, "-d", device, "pll", "nandu", "65000", "14318"), told)
 
 
 def i2c_bytes(vcd):
@@ -519,6 +521,27 @@ class Pictures(Bench):
         self.done("picture", "fill", "0")
         self.done("picture", "show", "out.bmp")
         self.assertEqual(self.snapshot(), shown)
+
+    def test_every_picture_port(self):
+        self.shell("convert -size 97x81 -seed 4 plasma: -colorspace sRGB BMP3:in.bmp")
+        self.shell("convert in.bmp -quality 90 jpg:in.jpg")
+        modes = (("0x66", "0x08", "0x02", "0x00"), ("0x66", "0x08", "0x02", "0x02"),  # 16 bits
+                 ("0x66", "0x00", "0x02", "0x00"), ("0x66", "0x00", "0x02", "0x02"))  # YCbCr: 0x02
+        for depth, bits, colours, kind in modes:
+            shown = {}
+            for device in (*WIRINGS, "u2c"):
+                self.sim["memory"] = f"{device}.mem"
+                self.done("i2c", "write", "0xF4", depth, bits)
+                self.done("i2c", "write", "0xF4", colours, kind)
+                self.done("-d", device, "picture", "show", "in.jpg")
+                first = self.snapshot()
+                self.done("-d", device, "picture", "show", "in.bmp")
+                self.done("-d", device, "picture", "pattern", "16", "8")
+                shown[device] = (first, self.snapshot())
+            for device, pictures in shown.items():
+                with self.subTest(device=device, bits=bits, kind=kind):
+                    self.assertEqual(pictures, shown["lpt"])
+            self.assertGreater(len({p for row in shown["u2c"][0] for p in row}), 100)
 
     def test_second_plane(self):
         self.shell("convert -size 96x80 xc:#F8FCF8 BMP3:white.bmp")

@@ -91,7 +91,7 @@ bool U2cDevice::SendMemoryAddress(const Record& record) {
 
 int32_t U2cDevice::Write(const Record& record) {
   if (record.memoryLength > 4 || record.length > 256) return kFailed;
-  master_.Start();
+  master().Start();
   bool ok = master_.Send(static_cast<uint8_t>(record.address << 1)) && SendMemoryAddress(record);
   for (unsigned i = 0; ok && i < record.length; ++i) ok = master_.Send(record.buffer[i]);
   master_.Stop();
@@ -100,7 +100,7 @@ int32_t U2cDevice::Write(const Record& record) {
 
 int32_t U2cDevice::Read(const Record& record) {
   if (record.memoryLength > 4 || record.length > 256) return kFailed;
-  master_.Start();
+  master().Start();
   bool ok = true;
   if (record.memoryLength != 0) {
     ok = master_.Send(static_cast<uint8_t>(record.address << 1)) && SendMemoryAddress(record);

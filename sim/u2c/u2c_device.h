@@ -40,7 +40,12 @@ class U2cDevice final : public Adapter, private I2cDevice {
 
   void SetDirection(uint32_t mask, uint32_t outputs);
   void SetLines(uint32_t value, uint32_t mask);
-  BoardMaster& master() { return master_; }
+  // The I2C functions and the plain outputs have the same two pins: the functions let go of what
+  // the outputs held.
+  BoardMaster& master() {
+    Drive(true, true);
+    return master_;
+  }
   int32_t Write(const Record& record);
   int32_t Read(const Record& record);
   int32_t SetI2cCode(uint8_t code);
