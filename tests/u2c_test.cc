@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "brisk/brisk.h"
+#include "brisk/brisk_extensions.h"
 
 #include "picture_receiver.h"
 #include "support/bench_test.h"
@@ -373,6 +374,24 @@ TEST_F(U2cBoard, FlashFilesArePaddedToPages) {
   SPIWriteByte(0x250, 0x5A);  // erases the whole chip
   EXPECT_EQ(bench().board().flash()->memory()[0], 0xFF);
   EXPECT_EQ(bench().board().flash()->memory()[0x250], 0x5A);
+}
+
+// Neither a stop nor a callback that asks for one ends a transfer.
+TEST_F(U2cBoard, NothingStopsAFlashFile) {
+  uint32_t last = 0;
+  BriskSetProgressCallback(
+      [](uint32_t done, uint32_t, void* context) {
+        *static_cast<uint32_t*>(context) = done;
+        SPIStop();
+        return 1;
+      },
+      &last);
+  WriteFile(folder.File("in.bin"), RandomBytes(0x400));
+  EXPECT_EQ(SPIProgramFromFile(0, 0x400, folder.File("in.bin").c_str(), 1), 0x400u);
+  EXPECT_EQ(last, 0x400u);
+  EXPECT_EQ(SPIProgramToFile(0, 0x280, folder.File("out.bin").c_str()), 0x280u);
+  EXPECT_EQ(last, 0x280u);
+  BriskSetProgressCallback(nullptr, nullptr);
 }
 
 TEST_F(U2cBoard, BusyFlash) {
