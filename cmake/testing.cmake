@@ -59,6 +59,13 @@ function(brisk_platform_libraries result platform)
   endif()
 endfunction()
 
+# Gives a test this build's Wine prefix, and its libraries to find.
+function(brisk_under_wine)
+  set_tests_properties(${ARGV} PROPERTIES
+    ENVIRONMENT "WINEPREFIX=${BRISK_WINE_PREFIX};WINEDLLOVERRIDES=mscoree,mshtml=;WINEDEBUG=-all;WINEPATH=Z:${CMAKE_BINARY_DIR}"
+    FIXTURES_REQUIRED wine_prefix)
+endfunction()
+
 # Registers a program as a test where this machine can run it: 64-bit Windows programs run under
 # Wine, 32-bit ones are only built.
 function(brisk_register_test name)
@@ -71,9 +78,7 @@ function(brisk_register_test name)
   endif()
   if(WIN32)
     add_test(NAME ${name} COMMAND ${BRISK_WINE64} $<TARGET_FILE:${name}> ${ARG_ARGUMENTS})
-    set_tests_properties(${name} PROPERTIES
-      ENVIRONMENT "WINEPREFIX=${BRISK_WINE_PREFIX};WINEDLLOVERRIDES=mscoree,mshtml=;WINEDEBUG=-all;WINEPATH=Z:${CMAKE_BINARY_DIR}"
-      FIXTURES_REQUIRED wine_prefix)
+    brisk_under_wine(${name})
   else()
     add_test(NAME ${name} COMMAND ${name} ${ARG_ARGUMENTS})
   endif()

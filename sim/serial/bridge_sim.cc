@@ -22,14 +22,13 @@ namespace brisk::sim {
 namespace {
 
 constexpr char kUsage[] =
-    "usage: brisk_bridge_sim [--text] [--rate N] [--registers] [OPTIONS]\n"
+    "usage: brisk_bridge_sim [--text] [--rate N] [--pause N] [--registers] [OPTIONS]\n"
     "  --text       the text bridge; without it the UART bridge\n"
     "  --rate N     the line's speed in bits per second; without it bytes take no time\n"
+    "  --pause N    milliseconds between the characters that the text bridge sends until it is\n"
+    "               told to stop; 5. A PC that is kept waiting for longer gets one too many.\n"
     "  --registers  end at the end of standard input and print the controller's 256 registers\n"
     "  OPTIONS      of the bench, as in ten-bit=0x2A5,fault=line-delay:5%10:\n";
-
-// Characters of a stream: longer than a PC's program is usually kept waiting for the processor.
-constexpr uint64_t kStreamPauseNs = 5'000'000;
 
 class Terminal {
  public:
@@ -108,6 +107,7 @@ int Main(int count, char** arguments) {
   std::string text = "clock=real,adapter=none";
   FirmwareMaker firmware = MakeUartFirmware;
   uint32_t rate = 0;
+  uint32_t pauseMs = 5;
   bool registers = false;
   for (int i = 1; i < count; ++i) {
     const std::string_view argument = arguments[i];
@@ -115,8 +115,9 @@ int Main(int count, char** arguments) {
       firmware = MakeTextFirmware;
     } else if (argument == "--registers") {
       registers = true;
-    } else if (argument == "--rate" && i + 1 < count) {
-      rate = static_cast<uint32_t>(std::strtoul(arguments[++i], nullptr, 10));
+    } else if ((argument == "--rate" || argument == "--pause") && i + 1 < count) {
+      uint32_t& number = argument == "--rate" ? rate : pauseMs;
+      number = static_cast<uint32_t>(std::strtoul(arguments[++i], nullptr, 10));
     } else if (argument.starts_with("-")) {
       std::fprintf(stderr, "%s%s", kUsage, OptionsHelp().c_str());
       return 2;
@@ -138,7 +139,7 @@ int Main(int count, char** arguments) {
   }
   SerialLine line(firmware, made->board(), made->clock(), made->faults());
   line.SetRate(rate);
-  line.SetLeastPause(kStreamPauseNs);
+  line.SetLeastPause(uint64_t{pauseMs} * 1'000'000);
   std::printf("%s\n", terminal.Path());
   std::fflush(stdout);
   if (!Serve(terminal, line, made->clock(), registers)) return 1;
