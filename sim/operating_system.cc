@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <filesystem>
 #include <limits>
 
 #ifdef _WIN32
@@ -111,7 +112,7 @@ uint32_t SystemFacts::ProcessId() {
 
 std::unique_ptr<File> FaultyFiles::Open(const char* path, const char* mode) {
   if (faults_.Strikes(FaultKind::kOpenRefused)) return nullptr;
-  std::FILE* file = std::fopen(path, mode);
+  std::FILE* file = std::filesystem::is_directory(path) ? nullptr : std::fopen(path, mode);
   if (file == nullptr) return nullptr;
   uint64_t room = kNoLimit;
   faults_.Number(FaultKind::kDiskFull, &room);

@@ -145,6 +145,22 @@ TEST_F(DispatchTable, EveryCellOfEveryExport) {
   }
 }
 
+// With every adapter plugged in: whatever is done with one takes simulated time.
+TEST_F(DispatchTable, FixedCellsLeaveEveryAdapterAlone) {
+  Configure("adapter=lpt+u2c+debug-board+uart+text-bridge+tcon-usb+ft2232c");
+  for (size_t column = 0; column < kColumns.size(); ++column) {
+    BriskSetDevice(kColumns[column]);
+    I2c_Stop();  // connects what connects at the first use
+    for (const Row& row : kTable) {
+      if (Expected(row, column) == kOwn) continue;
+      const uint64_t before = bench().clock().Now();
+      row.call();
+      EXPECT_EQ(bench().clock().Now(), before)
+          << row.name << ", device type " << int{kColumns[column]};
+    }
+  }
+}
+
 // On the parallel port an own cell moves lines, except where it is bookkeeping.
 TEST_F(DispatchTable, OwnCellsOfTheParallelPortReachThePort) {
   const std::vector<std::string> quiet = {

@@ -7,6 +7,9 @@
 #include <string>
 #include <vector>
 
+#include "brisk/brisk.h"
+
+#include "api/attach.h"
 #include "io/drv/driver.h"
 #include "sim/bench.h"
 #include "sim/windows_services.h"
@@ -328,24 +331,43 @@ TEST_F(DriverTest, Vxd) {
       windows->requests(),
       (std::vector<Request>{{1, 4, 4, 0}, {0x10, 4, 4, 0}, {1, 4, 4, 0}, {0x20, 8, 8, 0x78}}));
   const uint64_t writes = bench().ports().writes();
-  driver.SendData(0x57);
+  uint8_t byte = 0x57;
+  driver.SendData(&byte);
   EXPECT_EQ(windows->requests().back(), (Request{0x34, 1, 1, 0x57}));
   EXPECT_EQ(bench().ports().writes(), writes + 1);
   const uint8_t status = bench().ports().In(0x379);
-  EXPECT_EQ(driver.ReadStatus(), status);
+  driver.ReadStatus(&byte);
+  EXPECT_EQ(byte, status);
   EXPECT_EQ(windows->requests().back().code, 0x35u);
   driver.Detach();
   EXPECT_EQ(windows->requests().back(), (Request{0x10, 1, 1, 1}));
   EXPECT_EQ(bench().debugStream().Lines(), Lines{kLastUser});
 }
 
-TEST_F(DriverTest, FailedStatusReadAnswersWhatTheBufferHolds) {
+// The exports on the 9x family: one request each and no port instruction, the requests' byte and
+// the image of the lines kept per device type.
+TEST_F(DriverTest, PortExportsOfThe9xFamily) {
   bench().system().SetNt(false);
   WriteFile(directory + "\\kgated.vxd", kOther);
-  driver.Attach();
+  DetachLibrary();
+  AttachLibrary();
+  BriskSetDevice(0);
+  const uint64_t writes = bench().ports().writes();
+  EXPECT_EQ(Lpt_Output(0xA4), 0u);
+  EXPECT_EQ(windows->requests().back(), (Request{0x34, 1, 1, 0xA4}));
+  EXPECT_EQ(bench().ports().writes(), writes + 1);  // the driver's
+  uint8_t value = 0;
+  EXPECT_EQ(Lpt_Input(&value), 0u);
+  EXPECT_EQ(windows->requests().back().code, 0x35u);
+  EXPECT_EQ(value, bench().ports().In(0x379));
+  // A request that fails leaves the byte as it was.
+  Lpt_Output(0xA4);
   windows->refusedCodes = {0x35};
-  driver.SendData(0xA5);
-  EXPECT_EQ(driver.ReadStatus(), 0xA5);
+  Lpt_Input(&value);
+  EXPECT_EQ(value, 0xA4);
+  BriskSetDevice(5);
+  Lpt_Input(&value);
+  EXPECT_EQ(value, 0);
 }
 
 }  // namespace

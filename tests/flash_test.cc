@@ -161,10 +161,12 @@ TEST_P(FlashOnWires, FilesThatCannotBeOpened) {
   testing::internal::CaptureStdout();
   EXPECT_EQ(SPIProgramFromFile(0, 256, folder.File("none").c_str(), 1), 0u);
   EXPECT_EQ(SPIGetProgress(), 100u);
+  EXPECT_EQ(SPIProgramFromFile(0, 256, folder.File("").c_str(), 1), 0u);  // the folder itself
   EXPECT_EQ(SPIProgramToFile(0, 256, folder.File("none/none").c_str()), 0u);
   EXPECT_EQ(SPIGetProgress(), 100u);
-  EXPECT_EQ(testing::internal::GetCapturedStdout(),
-            "\nCan't open the input file.\nCan't open the output file.");
+  EXPECT_EQ(
+      testing::internal::GetCapturedStdout(),
+      "\nCan't open the input file.\nCan't open the input file.\nCan't open the output file.");
   EXPECT_EQ(HardwareAccesses(), before);
 }
 
@@ -201,7 +203,7 @@ TEST_P(FlashOnWires, ProgressIsReportedAndCanStop) {
   SPIProgramFromFile(0, 0x480, in.c_str(), 1);
   EXPECT_EQ(reports.seen,
             (std::vector<std::pair<uint32_t, uint32_t>>{
-                {0x100, 0x480}, {0x200, 0x480}, {0x300, 0x480}, {0x400, 0x480}, {0x500, 0x480}}));
+                {0x100, 0x480}, {0x200, 0x480}, {0x300, 0x480}, {0x400, 0x480}, {0x480, 0x480}}));
   EXPECT_EQ(reports.percent, (std::vector<uint32_t>{0, 20, 40, 60, 80}));
 
   reports = {};
@@ -224,6 +226,54 @@ TEST_P(FlashOnWires, ProgressIsReportedAndCanStop) {
   BriskSetProgressCallback(nullptr, nullptr);
   SPIStop();
   EXPECT_EQ(SPIProgramFromFile(0, 0x500, in.c_str(), 1), 0x500u);
+}
+
+// Selecting another device inside the callback is refused, and a stop means the running transfer
+// even when another process has selected one.
+TEST_P(FlashOnWires, StopMeansTheRunningTransfer) {
+  const std::string in = FileOf(RandomBytes(0x500));
+  BriskSetProgressCallback(
+      [](uint32_t, uint32_t, void*) {
+        EXPECT_EQ(BriskSetDevice(6), 0);
+        EXPECT_EQ(SPIGetProgress(), 0u);
+        bench().platform().sharedMemory.Section().bDeviceType = 6;
+        SPIStop();
+        return 0;
+      },
+      nullptr);
+  EXPECT_EQ(SPIProgramFromFile(0, 0x500, in.c_str(), 1), 0x100u);
+}
+
+TEST_P(FlashOnWires, DebugLinesOfFiles) {
+  const std::string in = FileOf(RandomBytes(10));
+  const std::string none = folder.File("none");
+  const std::string out = folder.File("out.bin");
+  ClearDebugText();
+  SPIProgramFromFile(0xABC00, 0x123, in.c_str(), 0);
+  EXPECT_EQ(DebugText(), "SPIProgramFromFile, adr = abc00, maxsize=123, szfile=" + in +
+                             "\nSPIProgramFromFile, adr = abc00, maxsize=123\n");
+  ClearDebugText();
+  testing::internal::CaptureStdout();
+  SPIProgramFromFile(1, 2, none.c_str(), 0);
+  testing::internal::GetCapturedStdout();
+  EXPECT_EQ(DebugText(), "SPIProgramFromFile, adr = 1, maxsize=2, szfile=" + none + "\n");
+  ClearDebugText();
+  SPIProgramToFile(0x10, 0x20, out.c_str());
+  EXPECT_EQ(DebugText(), "SPIProgramToFile, adr = 10, maxsize=20, szfile=" + out + "\n");
+}
+
+TEST_P(FlashOnWires, LargestSizeDoesNotWrap) {
+  EXPECT_EQ(SPIProgramFromFile(0, UINT32_MAX, FileOf(RandomBytes(0x280)).c_str(), 1), 0x280u);
+  // Percent of a range whose hundredfold has more than 32 bits.
+  uint32_t percent = 100;
+  BriskSetProgressCallback(
+      [](uint32_t done, uint32_t, void* context) {
+        *static_cast<uint32_t*>(context) = SPIGetProgress();
+        return done < 0x8000 ? 0 : 1;
+      },
+      &percent);
+  EXPECT_EQ(SPIProgramToFile(0, UINT32_MAX, folder.File("out.bin").c_str()), 0x8000u);
+  EXPECT_EQ(percent, 0u);
 }
 
 TEST_P(FlashOnWires, BusyBeyondTheWaitEndsSilently) {

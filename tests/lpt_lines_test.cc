@@ -54,6 +54,32 @@ class LptLines : public testing::Test {
   Ports ports{port, clock};
 };
 
+// The wait ends as long after the moment before the write as asked, however long the write took;
+// and costs one look at the counter when there is nothing to wait for.
+TEST_F(LptLines, TheWriteCountsTowardsTheSettleTime) {
+  struct SlowPort : PortIo {
+    explicit SlowPort(SteppingClock& given) : clock(given) {}
+    void Out(uint16_t, uint8_t) override { clock.tsc += cost; }
+    uint8_t In(uint16_t) override { return 0xFF; }
+    SteppingClock& clock;
+    uint64_t cost = 0;
+  } slow(clock);
+  Ports paced(slow, clock);
+  paced.dwCpuMHz = 1000;
+  clock.step = 1;
+  const struct {
+    uint32_t delay;
+    uint64_t cost, end;
+  } kCases[] = {{0, 0, 1}, {0, 7000, 7001}, {5, 0, 5001}, {5, 4000, 5001}, {5, 7000, 7002}};
+  for (const auto& given : kCases) {
+    clock.tsc = 0;
+    paced.dwPortDelay = given.delay;
+    slow.cost = given.cost;
+    paced.Port_Out(0x378, 0);
+    EXPECT_EQ(clock.tsc, given.end) << given.delay << ' ' << given.cost;
+  }
+}
+
 // The eight data bits of a byte on wiring A: three writes a bit.
 std::vector<Access> WiringAByte(uint8_t byte) {
   std::vector<Access> writes;

@@ -50,7 +50,9 @@ inline bool DebugOn(Instance& instance) { return SharedLoad(instance.shared().dw
 
 // The back end of the selected device type, ready for use.
 inline BackEnd& Selected(Instance& instance) {
+  if (instance.InsideCallback() && instance.running != nullptr) return *instance.running;
   BackEnd& backEnd = instance.dispatch().For(SharedLoad(instance.shared().bDeviceType));
+  instance.running = &backEnd;
   backEnd.Prepare();
   return backEnd;
 }

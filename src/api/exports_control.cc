@@ -6,7 +6,7 @@ using brisk::AttachedInstance;
 
 BRISK_API uint8_t BRISK_CALL BriskSetDevice(uint8_t deviceType) {
   brisk::Instance* instance = AttachedInstance();
-  if (instance == nullptr) return 0;
+  if (instance == nullptr || instance->InsideCallback()) return 0;
   brisk::SharedStore(instance->shared().bDeviceType, deviceType);
   try {
     return instance->dispatch().For(deviceType).Select();

@@ -32,6 +32,9 @@ class Instance : public ProgressReporter {
 
   void SetProgressCallback(BriskProgressCallback callback, void* context);
   bool Report(uint32_t done, uint32_t total) override;
+  // The back end of the call under way: what the callback's own calls go to, whatever device type
+  // has been selected meanwhile.
+  BackEnd* running = nullptr;
   // True on the thread that is inside the progress callback, and so already holds the lock.
   bool InsideCallback() const { return reporting_.load() == std::this_thread::get_id(); }
 

@@ -12,7 +12,7 @@ namespace {
 template <typename Bridge>
 Bridge* Attached(uint8_t deviceType) {
   Instance* instance = AttachedInstance();
-  if (instance == nullptr) return nullptr;
+  if (instance == nullptr || instance->InsideCallback()) return nullptr;
   return static_cast<Bridge*>(&instance->dispatch().For(deviceType));
 }
 

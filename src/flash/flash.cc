@@ -115,7 +115,7 @@ void Flash::End() {
 }
 
 bool Flash::StopAsked(uint32_t done, uint32_t total) {
-  if (reporter_.Report(done, total)) running_ = false;
+  if (reporter_.Report(std::min(done, total), total)) running_ = false;
   return !running_;
 }
 

@@ -74,15 +74,20 @@ uint32_t LptBackEnd::Lpt_Output(uint8_t value) {
     ports_.Port_Out(base_ + kData, value);
     bLptImage = value & 0xFC;
   } else {
-    driver_.SendData(value);
+    requestByte_ = value;
+    driver_.SendData(&requestByte_);
   }
   return 0;
 }
 
 uint32_t LptBackEnd::Lpt_Input(uint8_t* value) {
   if (value == nullptr) return 1;
-  *value = platform().sharedMemory.Section().dwIsNT != 0 ? ports_.Port_In(base_ + kStatus)
-                                                         : driver_.ReadStatus();
+  if (platform().sharedMemory.Section().dwIsNT != 0) {
+    *value = ports_.Port_In(base_ + kStatus);
+  } else {
+    driver_.ReadStatus(&requestByte_);
+    *value = requestByte_;
+  }
   return 0;
 }
 

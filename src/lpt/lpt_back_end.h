@@ -95,7 +95,8 @@ class LptBackEnd : public BackEnd {
   LptPicture picture_;
   flash::Flash flash_;
   image::PictureTransfer transfer_;
-  uint8_t bLptImage = 0;  // last Lpt_Output value without bits 0 and 1
+  uint8_t bLptImage = 0;     // last Lpt_Output value without bits 0 and 1
+  uint8_t requestByte_ = 0;  // of the 9x family's requests
 };
 
 }  // namespace brisk::lpt

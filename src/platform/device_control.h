@@ -9,8 +9,8 @@ namespace brisk {
 inline constexpr uint32_t kErrorNone = 0;
 inline constexpr uint32_t kErrorIoPending = 997;
 
-// One overlapped request under way. Input and output buffers must outlive it; the destructor waits
-// for its completion.
+// One overlapped request under way. Input and output buffers must outlive it; the destructor
+// cancels it where it still runs, and waits for its completion.
 class PendingRequest {
  public:
   virtual ~PendingRequest() = default;

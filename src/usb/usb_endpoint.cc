@@ -7,6 +7,8 @@
 namespace brisk::usb {
 namespace {
 
+constexpr uint32_t kAbortPatience = 1000;  // milliseconds
+
 constexpr uint16_t kPacketSizeMask = 0x7FF;  // of wMaxPacketSize
 constexpr int kExtraPacketsShift = 11;
 
@@ -72,7 +74,7 @@ bool CUsbEndPoint::WaitFor(PendingRequest& pending) {
   if (lastError != kErrorIoPending) return false;
   if (pending.Wait(timeOut)) return true;
   Cancel();
-  pending.Wait();
+  pending.Wait(kAbortPatience);  // a driver that ignores the abort must not hold the caller
   return false;
 }
 

@@ -171,7 +171,16 @@ static void Driver(HMODULE library) {
   Check(!Request(device, 0x9C4024E8, words, 1, 0, &returned), "read without room");
   Check(!Request(device, 0x9C402484, words, 4, 4, &returned) && GetLastError() == ERROR_GEN_FAILURE,
         "an unknown request");
-  Check(!ReadFile(device, words, 4, &returned, NULL), "reading the device");
+  Check(!ReadFile(device, words, 4, &returned, NULL) && GetLastError() == ERROR_INVALID_FUNCTION,
+        "reading the device");
+  /* Direct access: on while it is on, off, off while it is off; the byte is needed. */
+  words[0] = 0;
+  Check(Request(device, 0x9C40248C, words, 4, 4, &returned), "direct access on, once more");
+  words[0] = 1;
+  Check(Request(device, 0x9C40248C, words, 1, 1, &returned), "direct access off");
+  words[0] = 1;
+  Check(Request(device, 0x9C40248C, words, 1, 1, &returned), "direct access off while it is off");
+  Check(!Request(device, 0x9C40248C, words, 0, 0, &returned), "direct access without a byte");
   CloseHandle(device);
 }
 

@@ -123,6 +123,7 @@ uint32_t Driver::Drv_Open() {
   }
   shared.dwRefCount += 1;
   counted_ = true;
+  countedProcess_ = platform().system.ProcessId();
   const bool answers = Send(Request::kVersion, 4);
   SetByte0(kSwitchOn);
   if (answers && Send(Request::kDirectIo, 4)) return 0;
@@ -141,7 +142,7 @@ uint32_t Driver::Drv_Configure() {
 }
 
 void Driver::Drv_Release() {
-  if (!counted_) return;
+  if (!counted_ || countedProcess_ != platform().system.ProcessId()) return;
   counted_ = false;
   SharedSection& shared = Shared();
   shared.dwRefCount -= 1;
@@ -163,23 +164,19 @@ void Driver::Drv_Release() {
 }
 
 bool Driver::Send(Request request, uint32_t bytes) {
+  return Send(request, driverRequestBuffer.data(), bytes);
+}
+
+bool Driver::Send(Request request, void* buffer, uint32_t bytes) {
   if (!device_) return false;
   const RequestCode& code = kRequestCodes[static_cast<size_t>(request)];
   uint32_t returned = 0;
-  return device_->Control(Shared().dwIsNT != 0 ? code.nt : code.vxd, driverRequestBuffer.data(),
-                          bytes, driverRequestBuffer.data(), bytes, &returned);
+  return device_->Control(Shared().dwIsNT != 0 ? code.nt : code.vxd, buffer, bytes, buffer, bytes,
+                          &returned);
 }
 
-void Driver::SendData(uint8_t value) {
-  SetByte0(value);
-  Send(Request::kWriteData, 1);
-}
+void Driver::SendData(uint8_t* byte) { Send(Request::kWriteData, byte, 1); }
 
-uint8_t Driver::ReadStatus() {
-  Send(Request::kReadStatus, 1);
-  uint8_t value = 0;
-  std::memcpy(&value, driverRequestBuffer.data(), 1);
-  return value;
-}
+void Driver::ReadStatus(uint8_t* byte) { Send(Request::kReadStatus, byte, 1); }
 
 }  // namespace brisk

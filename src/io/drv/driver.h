@@ -44,10 +44,10 @@ class Driver {
   // Counts the process out; the last one switches direct access off and removes the service.
   void Drv_Release();
 
-  // Port access of the 9x family: one request each. Failures are not reported; ReadStatus then
-  // returns what the request buffer holds.
-  void SendData(uint8_t value);
-  uint8_t ReadStatus();
+  // Port access of the 9x family: one request each, in the caller's byte. Failures are not
+  // reported; the byte then stays.
+  void SendData(uint8_t* byte);
+  void ReadStatus(uint8_t* byte);
 
   bool IsOpen() const { return device_ != nullptr; }
 
@@ -57,10 +57,12 @@ class Driver {
   bool OpenNt();
   bool Open9x();
   bool OpenDevice(const char* path, const DeviceOpenMode& mode);
-  bool Send(Request request, uint32_t bytes);
+  bool Send(Request request, uint32_t bytes);  // in the process's request buffer
+  bool Send(Request request, void* buffer, uint32_t bytes);
 
   std::unique_ptr<Device> device_;  // held exactly while this process is counted in, or opening
   bool counted_ = false;
+  uint32_t countedProcess_ = 0;  // a forked child must not count its parent out
 };
 
 }  // namespace brisk

@@ -1,6 +1,7 @@
 #include "platform/files.h"
 
 #include <cstdio>
+#include <sys/stat.h>
 
 #include "platform/linux/never_destroyed.h"
 #include "platform/linux/parts.h"
@@ -41,7 +42,11 @@ std::unique_ptr<File> OpenFile(const char* path, const char* mode) {
   if (path == nullptr) return nullptr;
   std::FILE* file = std::fopen(path, mode);
   if (file == nullptr) return nullptr;
-  return std::make_unique<StdioFile>(file);
+  auto opened = std::make_unique<StdioFile>(file);
+  // A folder opens for reading, and then has neither bytes nor an end.
+  struct stat facts {};
+  if (fstat(fileno(file), &facts) != 0 || S_ISDIR(facts.st_mode)) return nullptr;
+  return opened;
 }
 
 class StdioFiles final : public Files {

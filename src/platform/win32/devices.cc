@@ -16,10 +16,17 @@ class OverlappedRequest final : public PendingRequest {
   OverlappedRequest(const OverlappedRequest&) = delete;
   OverlappedRequest& operator=(const OverlappedRequest&) = delete;
   // The driver writes into the record and the buffers until it has completed the request.
-  ~OverlappedRequest() override { Wait(); }
+  ~OverlappedRequest() override {
+    if (pending_) CancelIo(device_);  // of this thread, which began it
+    Wait();
+  }
 
   void Start(uint32_t code, const void* in, uint32_t inSize, void* out, uint32_t outSize) {
     DWORD returned = 0;
+    if (event_.get() == nullptr) {
+      startError_ = ERROR_NOT_ENOUGH_MEMORY;  // without an event the end could not be awaited
+      return;
+    }
     const BOOL done =
         DeviceIoControl(device_, code, Input(in), inSize, out, outSize, &returned, &overlapped_);
     startError_ = done != 0 ? kErrorNone : GetLastError();
