@@ -65,18 +65,20 @@ TEST_F(LptLines, TheWriteCountsTowardsTheSettleTime) {
     uint64_t cost = 0;
   } slow(clock);
   Ports paced(slow, clock);
-  paced.dwCpuMHz = 1000;
+  clock.step = 62'500'000;  // between the two looks of the measurement, 1/16 s apart
+  ASSERT_EQ(paced.Cpu_GetFrequency(), 1000u);
   clock.step = 1;
   const struct {
-    uint32_t delay;
+    uint32_t kHz;
     uint64_t cost, end;
-  } kCases[] = {{0, 0, 1}, {0, 7000, 7001}, {5, 0, 5001}, {5, 4000, 5001}, {5, 7000, 7002}};
+  } kCases[] = {
+      {1000, 0, 1}, {1000, 7000, 7001}, {100, 0, 5001}, {100, 4000, 5001}, {100, 7000, 7002}};
   for (const auto& given : kCases) {
     clock.tsc = 0;
-    paced.dwPortDelay = given.delay;
+    paced.SetClockRate(given.kHz);
     slow.cost = given.cost;
     paced.Port_Out(0x378, 0);
-    EXPECT_EQ(clock.tsc, given.end) << given.delay << ' ' << given.cost;
+    EXPECT_EQ(clock.tsc, given.end) << given.kHz << ' ' << given.cost;
   }
 }
 
