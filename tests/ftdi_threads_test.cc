@@ -14,6 +14,7 @@ class FtdiThreads : public FtdiTest {};
 
 TEST_F(FtdiThreads, EverythingAtOnce) {
   Connect("ft2232c+ft2232c-2+ft2232h");
+  BriskSetDevice(BRISK_DEVICE_FTDI);  // the writes may be done before the first of the thread's
   constexpr int kRounds = 40;
   std::atomic<int> good{0};
   std::vector<std::thread> threads;
