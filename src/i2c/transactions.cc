@@ -1,11 +1,7 @@
 #include "i2c/transactions.h"
 
 namespace brisk::i2c {
-namespace {
 
-bool Missing(const void* buffer, uint32_t length) { return buffer == nullptr && length != 0; }
-
-// Sends every byte, also after one was not acknowledged.
 uint32_t WriteAll(Bus& bus, const uint8_t* bytes, uint32_t length) {
   uint32_t ok = 1;
   for (uint32_t i = 0; i < length; ++i) ok &= Write(bus, bytes[i]);
@@ -19,8 +15,6 @@ uint32_t SendAddress(Bus& bus, uint16_t address, uint8_t readFlag) {
   const uint32_t high = Write(bus, static_cast<uint8_t>((address >> 8 & 0xFE) | readFlag));
   return high & Write(bus, static_cast<uint8_t>(address));
 }
-
-}  // namespace
 
 uint32_t Write(Bus& bus, uint8_t byte) { return bus.I2c_Tx(byte) == 0 ? 1 : 0; }
 

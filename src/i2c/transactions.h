@@ -10,6 +10,10 @@ namespace brisk::i2c {
 // every transaction ends with a stop condition, except WriteHead. A null buffer that should hold
 // bytes, or receive them, fails before anything is sent.
 
+inline bool Missing(const void* buffer, uint32_t length) {
+  return buffer == nullptr && length != 0;
+}
+
 uint32_t Write(Bus& bus, uint8_t byte);
 uint32_t Read(Bus& bus, uint8_t* data, uint32_t last);
 uint32_t WriteHead(Bus& bus, uint8_t device, uint8_t subAddress);
@@ -25,7 +29,10 @@ uint32_t ReadData(Bus& bus, uint8_t device, const uint8_t* command, uint32_t com
 
 // The I2cLib_ family. A 10-bit address is sent as its high byte, with the direction in bit 0, and
 // its low byte, in both directions. A group of bytes is sent whole, the next only when every byte
-// before it was acknowledged.
+// before it was acknowledged. SendAddress and WriteAll send one group each, for a back end whose
+// transactions differ.
+uint32_t SendAddress(Bus& bus, uint16_t address, uint8_t readFlag);
+uint32_t WriteAll(Bus& bus, const uint8_t* bytes, uint32_t length);
 uint8_t LibWrite(Bus& bus, uint16_t address, const uint8_t* first, uint32_t firstLength,
                  const uint8_t* second, uint32_t secondLength);
 uint8_t LibRead(Bus& bus, uint16_t address, uint8_t* data, uint32_t length);

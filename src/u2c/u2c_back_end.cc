@@ -13,8 +13,6 @@ namespace {
 constexpr uint32_t kMostSubBytes = 4;
 constexpr uint32_t kMostData = sizeof(Transaction::buffer);
 
-bool Missing(const void* buffer, uint32_t length) { return buffer == nullptr && length != 0; }
-
 // Whether a record can carry the counts; more sub bytes than it has room for are traced with the
 // line that they were always reported from.
 bool FitsRecord(uint32_t subCount, uint32_t dataCount, int line) {
@@ -88,7 +86,7 @@ uint32_t U2cBackEnd::I2cReadByte(uint8_t device, uint8_t subAddress, uint8_t* da
 // Of the joined bytes the first is the memory address and the rest is data.
 uint32_t U2cBackEnd::I2cWriteData(uint8_t device, const uint8_t* command, uint32_t commandLength,
                                   const uint8_t* data, uint32_t dataLength) {
-  if (Missing(command, commandLength) || Missing(data, dataLength)) return 0;
+  if (i2c::Missing(command, commandLength) || i2c::Missing(data, dataLength)) return 0;
   const uint64_t total = uint64_t{commandLength} + dataLength;
   if (total == 0 || total > kMostData + 1) return 0;
   Transaction record = MakeRecord(device, 1, static_cast<uint32_t>(total - 1));
@@ -102,7 +100,7 @@ uint32_t U2cBackEnd::I2cWriteData(uint8_t device, const uint8_t* command, uint32
 
 uint32_t U2cBackEnd::I2cReadData(uint8_t device, const uint8_t* command, uint32_t commandLength,
                                  uint8_t* data, uint32_t dataLength) {
-  if (Missing(command, commandLength) || Missing(data, dataLength)) return 0;
+  if (i2c::Missing(command, commandLength) || i2c::Missing(data, dataLength)) return 0;
   if (commandLength == 3) return ReadWithThreeSubBytes(device, command, {data, dataLength});
   if (!FitsRecord(commandLength, dataLength, 792)) return 0;
   Transaction record = MakeRecord(device, commandLength, dataLength);
@@ -142,46 +140,27 @@ void U2cBackEnd::SetSpeedMode(uint8_t mode) {
   if (speed == 2) I2cSetClockRate(400);
 }
 
-bool U2cBackEnd::SendAll(std::span<const uint8_t> bytes) {
-  bool ok = true;
-  for (const uint8_t byte : bytes) ok = (I2cWrite(byte) != 0) && ok;
-  return ok;
-}
-
-bool U2cBackEnd::SendAddress(uint16_t address, uint8_t readFlag) {
-  if (!i2c::IsTenBitAddress(address)) {
-    return I2cWrite(static_cast<uint8_t>((address & 0xFE) | readFlag)) != 0;
-  }
-  const uint8_t bytes[] = {static_cast<uint8_t>((address >> 8 & 0xFE) | readFlag),
-                           static_cast<uint8_t>(address)};
-  return SendAll(bytes);
-}
-
 uint8_t U2cBackEnd::I2cLib_Write(uint8_t channel, uint16_t address, const uint8_t* first,
                                  uint32_t firstLength, const uint8_t* second,
                                  uint32_t secondLength) {
-  if (Missing(first, firstLength) || Missing(second, secondLength)) return 0;
+  if (i2c::Missing(first, firstLength) || i2c::Missing(second, secondLength)) return 0;
   SetSpeedMode(channel);
-  if (UsesRecord(address, firstLength, secondLength)) {
-    if (!FitsRecord(firstLength, secondLength, 1397)) return 0;
-    Transaction record = MakeRecord(static_cast<uint8_t>(address), firstLength, secondLength);
-    record.memoryAddress = InOrder(first, firstLength);
-    std::copy_n(second, secondLength, record.buffer);
-    return adapter_.Write(record) ? 1 : 0;
+  if (!UsesRecord(address, firstLength, secondLength)) {
+    return i2c::LibWrite(adapter_, address, first, firstLength, second, secondLength);
   }
-  adapter_.I2c_Start();
-  const bool ok =
-      SendAddress(address, 0) && SendAll({first, firstLength}) && SendAll({second, secondLength});
-  adapter_.I2c_Stop();
-  return ok ? 1 : 0;
+  if (!FitsRecord(firstLength, secondLength, 1397)) return 0;
+  Transaction record = MakeRecord(static_cast<uint8_t>(address), firstLength, secondLength);
+  record.memoryAddress = InOrder(first, firstLength);
+  std::copy_n(second, secondLength, record.buffer);
+  return adapter_.Write(record) ? 1 : 0;
 }
 
 // Begins with a repeated start, also on an idle bus; no received byte is acknowledged.
 uint8_t U2cBackEnd::I2cLib_Read(uint8_t channel, uint16_t address, uint8_t* data, uint32_t length) {
-  if (Missing(data, length)) return 0;
+  if (i2c::Missing(data, length)) return 0;
   SetSpeedMode(channel);
   adapter_.I2c_RStart();
-  const bool ok = SendAddress(address, 1);
+  const bool ok = i2c::SendAddress(adapter_, address, 1) != 0;
   for (uint32_t i = 0; ok && i < length; ++i) adapter_.Receive(data + i, false);
   adapter_.I2c_Stop();
   return ok ? 1 : 0;
@@ -189,7 +168,7 @@ uint8_t U2cBackEnd::I2cLib_Read(uint8_t channel, uint16_t address, uint8_t* data
 
 uint8_t U2cBackEnd::I2cLib_WriteRead(uint8_t channel, uint16_t address, const uint8_t* write,
                                      uint32_t writeLength, uint8_t* read, uint32_t readLength) {
-  if (Missing(write, writeLength) || Missing(read, readLength)) return 0;
+  if (i2c::Missing(write, writeLength) || i2c::Missing(read, readLength)) return 0;
   SetSpeedMode(channel);
   if (UsesRecord(address, writeLength, readLength)) {
     if (!FitsRecord(writeLength, readLength, 1494)) return 0;
@@ -200,7 +179,8 @@ uint8_t U2cBackEnd::I2cLib_WriteRead(uint8_t channel, uint16_t address, const ui
     return done ? 1 : 0;
   }
   adapter_.I2c_Start();
-  const bool ok = SendAddress(address, 0) && SendAll({write, writeLength});
+  const bool ok = i2c::SendAddress(adapter_, address, 0) != 0 &&
+                  i2c::WriteAll(adapter_, write, writeLength) != 0;
   // Without an acknowledge the transaction is left as it is, with no stop.
   return ok ? I2cLib_Read(channel, address, read, readLength) : uint8_t{0};
 }
