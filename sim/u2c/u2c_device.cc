@@ -1,7 +1,5 @@
 #include "u2c/u2c_device.h"
 
-#include <mutex>
-
 #include "u2c/u2c_functions.h"
 
 namespace brisk::sim {
@@ -80,6 +78,34 @@ void U2cDevice::Drive(bool scl, bool sda) {
   scl_ = scl;
   sda_ = sda;
   bench_.board().i2c().Drive(plain_, scl, sda);
+}
+
+void U2cDevice::DriveSda(bool released) {
+  TakeFromMaster();
+  Drive(scl_, released);
+}
+
+void U2cDevice::DriveScl(bool released) {
+  TakeFromMaster();
+  Drive(released, sda_);
+}
+
+// After an unfinished transaction the master holds SCL low. The plain outputs hold it in its place
+// while the master lets go, which therefore makes no edge.
+void U2cDevice::TakeFromMaster() {
+  const I2cWires& i2c = bench_.board().i2c();
+  if (!scl_ || i2c.scl()) return;
+  const bool sda = i2c.sda();
+  Drive(false, false);
+  master_.Stop();
+  Drive(false, sda);
+}
+
+// SDA first, as the master itself would begin.
+BoardMaster& U2cDevice::master() {
+  Drive(scl_, true);
+  Drive(true, true);
+  return master_;
 }
 
 bool U2cDevice::SendMemoryAddress(const Record& record) {

@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <memory>
-#include <span>
 #include <string>
 
 #include "adapter.h"
@@ -13,8 +12,9 @@
 namespace brisk::sim {
 
 // The U2C adapter: I2C and SPI masters and one general-purpose line on the board's lines. Line 0 is
-// the flash's chip select and the picture port's ZERO; SCL is the picture port's ONE. Everything
-// that is called fails unless it carries the handle of an open adapter.
+// the flash's chip select and the picture port's ZERO; SCL is the picture port's ONE. SDA and SCL
+// are the same two pins for the I2C master and as plain outputs: who acts takes them over.
+// Everything that is called fails unless it carries the handle of an open adapter.
 //
 // The library sends a memory address of several bytes most significant byte of the number first.
 class U2cDevice final : public Adapter, private I2cDevice {
@@ -40,20 +40,15 @@ class U2cDevice final : public Adapter, private I2cDevice {
 
   void SetDirection(uint32_t mask, uint32_t outputs);
   void SetLines(uint32_t value, uint32_t mask);
-  // The I2C functions and the plain outputs have the same two pins: the functions let go of what
-  // the outputs held.
-  BoardMaster& master() {
-    Drive(true, true);
-    return master_;
-  }
+  BoardMaster& master();
   int32_t Write(const Record& record);
   int32_t Read(const Record& record);
   int32_t SetI2cCode(uint8_t code);
   int32_t SetSpiCode(uint8_t code);
   uint8_t ExchangeSpi(uint8_t byte);
   // SDA and SCL as plain outputs; true releases.
-  void DriveSda(bool released) { Drive(scl_, released); }
-  void DriveScl(bool released) { Drive(released, sda_); }
+  void DriveSda(bool released);
+  void DriveScl(bool released);
 
   uint64_t calls() const { return calls_; }
   unsigned i2cKHz() const { return i2cKHz_; }
@@ -61,7 +56,8 @@ class U2cDevice final : public Adapter, private I2cDevice {
 
  private:
   void LinesChanged(bool scl, bool sda) override;
-  void Drive(bool scl, bool sda);
+  void Drive(bool scl, bool sda);  // as plain outputs
+  void TakeFromMaster();
   bool SendMemoryAddress(const Record& record);
 
   Bench& bench_;
