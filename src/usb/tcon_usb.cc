@@ -266,7 +266,8 @@ bool TconUsbBackEnd::DownloadFirmware(const char* path, RamKind kind) {
   const std::lock_guard lock(mutex_);
   const std::unique_ptr<File> file = platform().files.OpenForReading(path);
   if (file == nullptr) {
-    debugLog.Print(0, "Can't open the firmware file %s\n", path);
+    debugLog.Print(0, "Can't open the firmware file %s\n",
+                   platform().files.AbsolutePath(path).c_str());
     return false;
   }
   if (board_ == nullptr || board_->control() == nullptr) return false;

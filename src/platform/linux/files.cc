@@ -1,6 +1,8 @@
 #include "platform/files.h"
 
 #include <cstdio>
+#include <filesystem>
+#include <system_error>
 
 #include "platform/linux/never_destroyed.h"
 #include "platform/linux/parts.h"
@@ -49,6 +51,11 @@ class StdioFiles final : public Files {
   std::unique_ptr<File> OpenForReading(const char* path) override { return OpenFile(path, "rbe"); }
   std::unique_ptr<File> Create(const char* path) override { return OpenFile(path, "wbe"); }
   bool Remove(const char* path) override { return path != nullptr && std::remove(path) == 0; }
+  std::string AbsolutePath(const char* path) override {
+    std::error_code failed;
+    const std::filesystem::path whole = std::filesystem::absolute(path, failed);
+    return failed ? path : whole.string();
+  }
 };
 
 }  // namespace
