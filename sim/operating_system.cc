@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <limits>
+#include <system_error>
 
 #ifdef _WIN32
 #include <process.h>
@@ -124,5 +125,11 @@ std::unique_ptr<File> FaultyFiles::OpenForReading(const char* path) { return Ope
 std::unique_ptr<File> FaultyFiles::Create(const char* path) { return Open(path, "wb"); }
 
 bool FaultyFiles::Remove(const char* path) { return std::remove(path) == 0; }
+
+std::string FaultyFiles::AbsolutePath(const char* path) {
+  std::error_code failed;
+  const std::filesystem::path whole = std::filesystem::absolute(path, failed);
+  return failed ? path : whole.string();
+}
 
 }  // namespace brisk::sim

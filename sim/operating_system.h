@@ -112,6 +112,7 @@ class FaultyFiles final : public Files {
   std::unique_ptr<File> OpenForReading(const char* path) override;
   std::unique_ptr<File> Create(const char* path) override;
   bool Remove(const char* path) override;
+  std::string AbsolutePath(const char* path) override;
 
  private:
   std::unique_ptr<File> Open(const char* path, const char* mode);

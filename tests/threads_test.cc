@@ -1,6 +1,8 @@
 // Several threads call at once, as tools with a polling window do. Run under ThreadSanitizer.
 #include <atomic>
 #include <cstdint>
+#include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <thread>
 #include <vector>
@@ -8,6 +10,7 @@
 #include "brisk/brisk.h"
 
 #include "support/bench_test.h"
+#include "support/files.h"
 
 namespace brisk {
 namespace {
@@ -47,6 +50,37 @@ TEST_F(Threads, TransactionsStayWhole) {
   for (std::thread& caller : callers) caller.join();
   done = true;
   watcher.join();
+  EXPECT_EQ(wrong, 0);
+}
+
+// Every connect makes the board's object anew; it waits for the operation that uses the old one,
+// and no operation meets a board whose firmware is being replaced.
+TEST_F(Threads, TimingControllerBoardIsConnectedAgain) {
+  const TemporaryFolder folder;
+  const std::filesystem::path home = std::filesystem::current_path();
+  std::ofstream(folder.File("firmware.hex")) << ":03000000020100FA\n:00000001FF\n";
+  std::filesystem::current_path(std::filesystem::path(folder.File("x")).parent_path());
+  Configure("adapter=tcon-usb");
+  EXPECT_EQ(BriskSetDevice(4), 1);
+  std::atomic<int> wrong{0};
+  std::atomic<bool> done{false};
+  std::thread connecting([&] {
+    while (!done) {
+      if (BriskSetDevice(4) != 1) ++wrong;
+    }
+  });
+  for (int round = 0; round < 300; ++round) {
+    const auto value = static_cast<uint8_t>(round);
+    uint8_t back = 0;
+    if (I2cWriteByte(0xF4, 0x80, value) != 1) ++wrong;
+    if (I2cReadData(0xF4, nullptr, 0, &back, 1) != 1) ++wrong;
+    I2cSetClockRate(400);
+    I2cLib_W1Byte(value, 0xF4, 0);
+    if (SetPortVal(3, value) != 1 || GetPortVal(3, &back) != 1 || back != value) ++wrong;
+  }
+  done = true;
+  connecting.join();
+  std::filesystem::current_path(home);
   EXPECT_EQ(wrong, 0);
 }
 

@@ -145,6 +145,21 @@ class Buses(Bench):
             with self.subTest(device=device):
                 self.assertEqual(transactions(device), expected)
 
+    def test_lengths_that_the_debug_board_lengthens(self):
+        for length, register_bytes, refused in ((58, 1, False), (59, 1, True), (60, 1, False),
+                                                (60, 0, True), (58, 2, True), (121, 1, False),
+                                                (122, 1, True), (123, 1, False)):
+            data = list(noise(length))
+            command = ("-d", "debug-board", "--trace", "t.vcd", "i2c", "write", "0xF4", "0x20",
+                       *map(str, data), "--register-bytes", str(register_bytes))
+            with self.subTest(length=length, register_bytes=register_bytes):
+                if refused:
+                    self.assertIn("extra on the bus", self.failed(2, *command))
+                else:
+                    self.done(*command)
+                    self.assertEqual(i2c_bytes(self.read("t.vcd").decode()), [[0xF4, 0x20, *data]])
+        self.done("-d", "lpt", "i2c", "write", "0xF4", "0x20", *map(str, range(59)))
+
     def test_flash_wires_behind_the_other_adapters(self):
         content = noise(600)
         self.write("in.bin", content)

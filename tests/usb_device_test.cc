@@ -238,6 +238,31 @@ TEST_F(UsbDevice, OpeningReadsTheDevice) {
   EXPECT_EQ(driver.requests[0].outSize, 56u);
 }
 
+// The string index chooses, but never for 0, which is also the index of a configuration without
+// one.
+TEST_F(UsbDevice, SelectingAConfiguration) {
+  driver.descriptors[0x0100] = DeviceDescriptor(0x04B4, 2);
+  driver.descriptors[0x0200][6] = 4;
+  driver.descriptors[0x0201] = kConfig;
+  driver.descriptors[0x0201][5] = 2;
+  driver.descriptors[0x0201][6] = 0;
+  CUsbDevice device(nullptr, kTconInterfaceClass, true);
+  EXPECT_EQ(device.currentConfig, 0);
+  EXPECT_EQ(device.configValue, 1);
+  struct Case {
+    uint8_t second;  // string index of the second configuration
+    uint8_t value;
+    uint8_t current;
+  };
+  for (const Case& test : {Case{0, 0, 0}, {5, 5, 1}, {5, 4, 0}, {5, 6, 0}, {4, 4, 0}}) {
+    driver.descriptors[0x0201][6] = test.second;
+    ASSERT_TRUE(device.OpenDevice(0));
+    device.SelectInterface(test.value);
+    EXPECT_EQ(device.currentConfig, test.current) << int{test.second} << ", " << int{test.value};
+    EXPECT_EQ(device.configValue, test.current + 1);
+  }
+}
+
 TEST_F(UsbDevice, OldDriversGetBufferedTransfers) {
   driver.transfer = [](const Request& request, uint8_t* out) {
     const uint32_t word = 0x010504FF;

@@ -235,7 +235,8 @@ TEST_F(TconBoard, OperationsConnectByThemselves) {
 TEST_F(TconBoard, AMissingFirmwareFileIsNamed) {
   std::filesystem::remove("firmware.hex");
   EXPECT_EQ(BriskSetDevice(4), 1);
-  EXPECT_NE(DebugText().find("firmware.hex"), std::string::npos);
+  const std::string path = (std::filesystem::current_path() / "firmware.hex").string();
+  EXPECT_NE(DebugText().find("Can't open the firmware file " + path + "\n"), std::string::npos);
   for (const auto& [setup, data] : board().seen) EXPECT_NE(setup.request, 0xA0);
   EXPECT_EQ(I2cWriteByte(0xF4, 1, 1), 0u);  // no firmware answers
 }

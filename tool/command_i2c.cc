@@ -113,19 +113,36 @@ Outcome Read(Session& session, const TransferArguments& arguments) {
   return reply;
 }
 
+// Lengths, register included, that I2cWriteData's description warns of. Not split here: only the
+// device's user knows whether two writes do what one does.
+std::optional<Failure> RefuseStrayLength(const DeviceType& device, const std::string& place,
+                                         size_t bytes) {
+  constexpr size_t kFirst = 60;
+  constexpr size_t kPeriod = 63;
+  if (!device.packetsStray || bytes < kFirst || (bytes - kFirst) % kPeriod != 0) return {};
+  return UsageFailure("write to " + place,
+                      "with " + std::to_string(bytes) + " bytes, register included, the " +
+                          device.text + " would put something extra on the bus",
+                      "write one byte less or more, or in two writes if the device allows it");
+}
+
 Outcome Write(Session& session, const TransferArguments& arguments) {
   uint8_t address = 0;
   if (std::optional<Failure> failure =
           ToAddressByte(arguments.device, arguments.sevenBit, address)) {
     return *failure;
   }
-  if (std::optional<Failure> failure = session.Ready(kI2c)) return *failure;
   const std::vector<uint8_t> command = RegisterBytes(arguments.reg, arguments.registerBytes);
+  const std::string place = Place(arguments, address, arguments.reg);
+  if (std::optional<Failure> failure =
+          RefuseStrayLength(session.device(), place, command.size() + arguments.bytes.size())) {
+    return *failure;
+  }
+  if (std::optional<Failure> failure = session.Ready(kI2c)) return *failure;
   uint8_t none = 0;
   const uint32_t done = session.api().I2cWriteData(
       address, command.empty() ? &none : command.data(), static_cast<uint32_t>(command.size()),
       arguments.bytes.data(), static_cast<uint32_t>(arguments.bytes.size()));
-  const std::string place = Place(arguments, address, arguments.reg);
   if (done == 0) {
     return NotAcknowledged(session, "write " + HexBytes(arguments.bytes) + " to " + place, address);
   }

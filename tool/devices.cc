@@ -32,6 +32,7 @@ constexpr std::array kDevices = {
                .probe = Probe::kNone,
                .acknowledges = false,
                .erasesOnProgram = true,
+               .packetsStray = true,
                .alignsPages = true,
                .byteErases = ByteErases::kNothing},
     DeviceType{.number = BRISK_DEVICE_UART,

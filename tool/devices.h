@@ -44,6 +44,7 @@ struct DeviceType {
   bool acknowledges = true;      // a missing acknowledge shows in the results
   bool readsBlocks = true;       // else one register is read at a time
   bool erasesOnProgram = false;  // programming a file always erases the whole chip first
+  bool packetsStray = false;     // block writes of some lengths send more than was asked for
   bool alignsPages = false;      // the adapter itself splits at the flash's page boundaries
   // Bytes for each call where a running one cannot be stopped; 0: any.
   uint32_t longestTransfer = 0;

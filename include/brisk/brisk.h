@@ -46,6 +46,11 @@ enum {
 /* Selects the device type for every process that has the library loaded, from the next call on. The
  * type is stored whatever it is; right after the first load it is 0. No lock.
  *
+ * Type 4 connects its board every time: it loads the board's firmware from the Intel HEX file
+ * "firmware.hex" in the process's current directory. When that file cannot be opened, a debug line
+ * names it and the board counts as connected, but answers nothing until firmware has been loaded.
+ * An operation that finds no board connected connects first.
+ *
  * Result: for type 4 the outcome of connecting the board (1 connected, 0 not); for type 8 the
  * number of interfaces found, low 8 bits, whether or not each could be opened; otherwise 1. Blocks
  * while types 4 and 8 connect; the serial bridges (3, 7) are connected by their own functions. */

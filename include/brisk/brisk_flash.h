@@ -10,7 +10,17 @@
  *
  * Every erase and program waits until the flash is ready, for at most 5 seconds; after that the
  * operation goes on without a word, so verify what matters. Nothing is verified here, and no size
- * is checked against the identification. */
+ * is checked against the identification.
+ *
+ * Device type 2 leaves the work to its board and differs in this:
+ * - A busy flash is waited for without limit, as long as the board itself answers.
+ * - SPIWriteByte erases nothing.
+ * - SPIProgramFromFile erases the whole chip first, whatever `erase` and before it opens the file:
+ *   a missing file costs the old content. It programs exactly `maxsize` bytes, the whole file when
+ *   `maxsize` is 0 or more than that, in pieces that end at the flash's own page boundaries, so
+ *   that `adr` may be any.
+ * - SPIInit and SPIStop do nothing; the progress callback stops a transfer.
+ * - Without a board everything does nothing and returns 0. */
 
 BRISK_BEGIN_DECLS
 
@@ -27,24 +37,24 @@ BRISK_API void BRISK_CALL SPIBulkErase(void);
 /* Erases the 64 KiB sector that holds `adr`. */
 BRISK_API void BRISK_CALL SPISectorErase(uint32_t adr);
 
-/* Erases the sector that holds `adr` (the whole chip on type 1), then programs the low 8 bits of
- * `data` there. */
+/* Erases the sector that holds `adr` (the whole chip on type 1, nothing on type 2), then programs
+ * the low 8 bits of `data` there. */
 BRISK_API void BRISK_CALL SPIWriteByte(uint32_t adr, uint32_t data);
 
 /* Stores the byte at `adr`, zero-extended; does nothing when `data` is null. */
 BRISK_API void BRISK_CALL SPIReadByte(uint32_t adr, uint32_t* data);
 
-/* Programs file byte k at adr + k, in pages of 256 bytes, at most `maxsize` rounded up to whole
- * pages; with a non-zero `erase` the chip is erased first. Without it the caller must have erased
- * the range: programming only clears bits. A page goes out as one page program at adr + 256 p, so
- * with an `adr` that is not a multiple of 256 the part of each page beyond the flash's own page
- * boundary wraps to the start of that flash page: such a file does not arrive intact. Program the
- * bytes up to the boundary with a call of their own.
+/* Except on type 2 (above): programs file byte k at adr + k, in pages of 256 bytes, at most
+ * `maxsize` rounded up to whole pages; with a non-zero `erase` the chip is erased first. Without it
+ * the caller must have erased the range: programming only clears bits. A page goes out as one page
+ * program at adr + 256 p, so with an `adr` that is not a multiple of 256 the part of each page
+ * beyond the flash's own page boundary wraps to the start of that flash page: such a file does not
+ * arrive intact. Program the bytes up to the boundary with a call of their own.
  *
  * Result: bytes programmed; 0 with a message on standard output when the file cannot be opened (the
- * flash is then untouched). Stops after the page that meets the end of the file; when the file ends
- * on a page boundary one more page program without data follows. Type 1 pads to whole pages with
- * 0xFF and counts them. */
+ * flash is then untouched, but on type 2). Stops after the page that meets the end of the file;
+ * when the file ends on a page boundary one more page program without data follows. Type 1 pads to
+ * whole pages with 0xFF and counts them. */
 BRISK_API uint32_t BRISK_CALL SPIProgramFromFile(uint32_t adr, uint32_t maxsize, const char* szfile,
                                                  uint32_t erase);
 
@@ -54,14 +64,14 @@ BRISK_API uint32_t BRISK_CALL SPIProgramFromFile(uint32_t adr, uint32_t maxsize,
  * compare its size with the result. */
 BRISK_API uint32_t BRISK_CALL SPIProgramToFile(uint32_t adr, uint32_t maxsize, const char* szfile);
 
-/* Percent, 0 to 100, of the selected device type's current or last file transfer; 0 before the
- * first. A call from another thread waits until the running transfer has returned: use
- * BriskSetProgressCallback to watch it. */
+/* Percent, 0 to 100, of the selected device type's current or last file transfer: rising with the
+ * bytes done, 100 at its end however it ended, 0 before the first. A call from another thread waits
+ * until the running transfer has returned: use BriskSetProgressCallback to watch it. */
 BRISK_API uint32_t BRISK_CALL SPIGetProgress(void);
 
 /* Ends a running file transfer after the page or chunk under way. Only useful inside the progress
  * callback, since a call from another thread waits for the transfer. Has no effect on a transfer
- * that starts later. Device type 1 ignores it. */
+ * that starts later. Device types 1 and 2 ignore it. */
 BRISK_API void BRISK_CALL SPIStop(void);
 
 /* Flash clock in kHz on device type 1, nearest of its rates; ignored elsewhere. On the parallel

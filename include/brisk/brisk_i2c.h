@@ -15,11 +15,13 @@ BRISK_API void BRISK_CALL I2c_RStart(void); /* repeated start */
 BRISK_API void BRISK_CALL I2c_Stop(void);
 
 /* Sends the low 8 bits. Result: the acknowledge bit, 0 = acknowledged, 1 = not (1 also when a
- * bridge does not answer). Clock stretching is not waited for on the parallel port. */
+ * bridge does not answer). Always 0 on type 2. Clock stretching is not waited for on the parallel
+ * port. */
 BRISK_API uint32_t BRISK_CALL I2c_Tx(uint32_t byte);
 
 /* Receives one byte, stored zero-extended; it is answered with ACK when `last` is 0, else with
- * NACK. Result: 0 = success, else failure with `data` untouched. */
+ * NACK. Result: 0 = success, else failure with `data` untouched. Always 0 on type 2; `data` is
+ * untouched there when there is no board. */
 BRISK_API uint32_t BRISK_CALL I2c_Rx(uint32_t* data, uint32_t last);
 
 /* One clock with SDA as given (non-zero = high), and one clock that reads SDA (0 or 1), on the
@@ -35,7 +37,10 @@ BRISK_API uint8_t BRISK_CALL I2c_BitIn(void);
  * hardware has; elsewhere the call does nothing. */
 BRISK_API void BRISK_CALL I2cSetClockRate(uint32_t kHz);
 
-/* ---- Register transactions: 1 = success, 0 = a byte was not acknowledged. ---- */
+/* ---- Register transactions: 1 = success, 0 = a byte was not acknowledged. ----
+ *
+ * Type 2 reports no acknowledges, here and in the buffer transactions: non-zero means only that the
+ * board took the request. */
 
 /* One byte, and one received byte, inside a transaction that the caller started. */
 BRISK_API uint32_t BRISK_CALL I2cWrite(uint8_t byte);
@@ -50,13 +55,19 @@ BRISK_API uint32_t BRISK_CALL I2cWriteByte(uint8_t device, uint8_t subAddress, u
 BRISK_API uint32_t BRISK_CALL I2cReadByte(uint8_t device, uint8_t subAddress, uint8_t* data);
 
 /* Start, device, command bytes, data bytes, stop. On the parallel port only the last command byte's
- * acknowledge counts; data stops at the first byte not acknowledged. Lengths may be 0. */
+ * acknowledge counts; data stops at the first byte not acknowledged. Lengths may be 0.
+ *
+ * Type 2 takes at most 60 command bytes and fails with 0 above. Where command and data together
+ * have 60, 123, 186, ... bytes (60 + 63 n), its board puts something extra on the bus before the
+ * stop: a repeated start when there are 60, otherwise the 63rd byte from the end once more. Avoid
+ * such a length. */
 BRISK_API uint32_t BRISK_CALL I2cWriteData(uint8_t device, const uint8_t* command,
                                            uint32_t commandLength, const uint8_t* data,
                                            uint32_t dataLength);
 
 /* Start, device, command bytes, repeated start, device with the read flag, `dataLength` bytes (ACK
- * to all but the last), stop. On the parallel port the result is the read address's acknowledge. */
+ * to all but the last), stop. On the parallel port the result is the read address's acknowledge.
+ * Type 2 takes at most 58 command bytes and fails with 0 above. */
 BRISK_API uint32_t BRISK_CALL I2cReadData(uint8_t device, const uint8_t* command,
                                           uint32_t commandLength, uint8_t* data,
                                           uint32_t dataLength);

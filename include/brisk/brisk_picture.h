@@ -49,7 +49,7 @@ BRISK_API uint32_t BRISK_CALL Pll_Clock(uint32_t target, uint32_t reference, uin
 BRISK_API uint32_t BRISK_CALL Pll_Nandu(uint32_t target, uint32_t reference, uint16_t* high,
                                         uint16_t* middle, uint16_t* low);
 
-/* Loads the PLL of the USB debug board (device type 2; result: the board's). Elsewhere 0. */
+/* Loads the PLL of the USB debug board (device type 2). Always 0. */
 BRISK_API uint32_t BRISK_CALL Pll_Write(uint8_t a, uint8_t b, uint32_t c, uint32_t d, uint32_t e);
 
 BRISK_END_DECLS

@@ -7,12 +7,13 @@ BRISK_BEGIN_DECLS
 
 /* Writes the data register (0x378) of the parallel port, or what stands for it on types 1 and 2.
  * The value with bits 0 and 1 cleared becomes the base of I2c_BitOut, I2c_BitIn and the picture
- * port. Result: 0 = done on types 0, 1, 5, 9; type 2 the board's result; types 3 and 8 answer 1, 4
- * and 7 answer 0. */
+ * port. Result: 0 = done on types 0, 1, 5, 9; always 0 on types 2, 4 and 7, 1 on 3 and 8. Type 2
+ * has no line for bit 7: it is not sent, and read as 0. */
 BRISK_API uint32_t BRISK_CALL Lpt_Output(uint8_t value);
 
-/* Reads the status register (0x379) as it is, including the lines that the port inverts. Results as
- * for Lpt_Output; a null pointer gives 1 on the parallel port. */
+/* Reads the status register (0x379) as it is, including the lines that the port inverts; on
+ * type 2 the byte that the port puts out. Results as for Lpt_Output; a null pointer gives 1 on the
+ * parallel port. */
 BRISK_API uint32_t BRISK_CALL Lpt_Input(uint8_t* value);
 
 /* Port registers of the USB boards: device type 4 addresses the timing-controller board, 8 sets the

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <string>
 
 namespace brisk {
 
@@ -26,6 +27,9 @@ class Files {
   virtual std::unique_ptr<File> OpenForReading(const char* path) = 0;
   virtual std::unique_ptr<File> Create(const char* path) = 0;
   virtual bool Remove(const char* path) = 0;
+  // Where opening would look for the file: from the current directory, unless `path` says all of
+  // it. The path itself when the system does not tell.
+  virtual std::string AbsolutePath(const char* path) = 0;
 };
 
 }  // namespace brisk

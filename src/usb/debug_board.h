@@ -16,22 +16,13 @@ namespace brisk::usb {
 //
 // Without the board or its library every operation sends nothing, leaves its outputs alone and
 // returns 0, block transfers included. A null pointer that should hold or receive bytes does the
-// same. An I2C command longer than fits into the first packet (60 bytes for a write, 58 for a read)
-// fails with 0 before anything is sent.
+// same.
 //
-// Block writes go out in the packets that boards in the field are driven with, byte for byte. When
-// command and data together have 60, 123, 186, ... bytes, one position of the last packet is
-// left over and the stop follows in a packet of its own. The left position keeps what the packet
-// held: a repeated start in the first packet, the byte sent 63 positions before in a later one,
-// which the device then receives as one byte too many. Split such a write to avoid it.
+// Block writes go out in the packets that boards in the field are driven with, byte for byte. Where
+// one position of the last packet is left over, the stop follows in a packet of its own and that
+// position keeps what the packet held: brisk_i2c.h says what reaches the bus then.
 //
-// Flash: addresses and waits are the board's. There is no time limit on a busy flash; a wait ends
-// early only when the board itself no longer answers. SPIProgramFromFile erases the whole chip
-// first, whatever its erase argument and before it opens the file, so that a missing file costs the
-// old content; it then prints "\nCan't open the input file." and returns 0. Progress goes from 0 to
-// 100 by the bytes done, page by page, and is 100 after every file transfer. SPIProgramToFile reads
-// `maxsize` bytes. A stop asked for by the progress callback ends either, and the result counts
-// what was transferred until then.
+// Flash transfers are counted page by page.
 class DebugBoardBackEnd : public BackEnd {
  public:
   explicit DebugBoardBackEnd(ProgressReporter& reporter) : reporter_(reporter) {}

@@ -66,6 +66,7 @@ std::string ReadText(File& file) {
 }  // namespace
 
 uint8_t TconUsbBackEnd::Select() {
+  const std::lock_guard lock(mutex_);
   board_.reset();
   board_ = std::make_unique<CUsbDevice>(nullptr, kTconInterfaceClass, true);
   board_->CountDevices();
@@ -130,6 +131,7 @@ bool TconUsbBackEnd::Read(uint8_t request, uint16_t value, uint16_t index,
 }
 
 uint32_t TconUsbBackEnd::I2cWriteByte(uint8_t device, uint8_t subAddress, uint8_t data) {
+  const std::lock_guard lock(mutex_);
   ConnectWhenNeeded();
   for (uint32_t attempt = 0; attempt < attempts_; ++attempt) {
     if (Write(kSelectSlave, device >> 1, 0, {}) &&
@@ -142,6 +144,7 @@ uint32_t TconUsbBackEnd::I2cWriteByte(uint8_t device, uint8_t subAddress, uint8_
 
 uint32_t TconUsbBackEnd::I2cReadByte(uint8_t device, uint8_t subAddress, uint8_t* data) {
   if (data == nullptr) return 0;
+  const std::lock_guard lock(mutex_);
   ConnectWhenNeeded();
   *data = 0;
   for (uint32_t attempt = 0; attempt < attempts_; ++attempt) {
@@ -156,6 +159,7 @@ uint32_t TconUsbBackEnd::I2cWriteData(uint8_t device, const uint8_t* command,
                                       uint32_t commandLength, const uint8_t* data,
                                       uint32_t dataLength) {
   if (Missing(command, commandLength) || Missing(data, dataLength)) return 0;
+  const std::lock_guard lock(mutex_);
   ConnectWhenNeeded();
   std::vector<uint8_t> bytes(command, command + commandLength);
   bytes.insert(bytes.end(), data, data + dataLength);
@@ -170,6 +174,7 @@ uint32_t TconUsbBackEnd::I2cWriteData(uint8_t device, const uint8_t* command,
 uint32_t TconUsbBackEnd::I2cReadData(uint8_t device, const uint8_t* command, uint32_t commandLength,
                                      uint8_t* data, uint32_t dataLength) {
   if (Missing(command, commandLength) || Missing(data, dataLength)) return 0;
+  const std::lock_guard lock(mutex_);
   ConnectWhenNeeded();
   const std::span<const uint8_t> sent(command, commandLength);
   const std::span<uint8_t> received(data, dataLength);
@@ -193,9 +198,13 @@ uint32_t TconUsbBackEnd::I2cReadData(uint8_t device, const uint8_t* command, uin
 
 void TconUsbBackEnd::SetSpeed(uint8_t request) { Write(request, 0, 0, {}); }
 
-void TconUsbBackEnd::I2cSetClockRate(uint32_t kHz) { SetSpeed(kHz >= 400 ? kSpeed400 : kSpeed100); }
+void TconUsbBackEnd::I2cSetClockRate(uint32_t kHz) {
+  const std::lock_guard lock(mutex_);
+  SetSpeed(kHz >= 400 ? kSpeed400 : kSpeed100);
+}
 
 void TconUsbBackEnd::SwitchChannel(uint8_t channel) {
+  const std::lock_guard lock(mutex_);
   if (channel == channel_) return;
   channel_ = channel;
   const unsigned bus = channel & 0x0F;
@@ -224,6 +233,7 @@ uint8_t TconUsbBackEnd::I2cLib_WriteRead(uint8_t channel, uint16_t /*address*/,
 }
 
 uint32_t TconUsbBackEnd::SetPortVal(uint8_t port, uint8_t value) {
+  const std::lock_guard lock(mutex_);
   ConnectWhenNeeded();
   if (!connected_) return 0;
   return Write(kWritePort, value, port, {}) ? 1 : 0;
@@ -232,6 +242,7 @@ uint32_t TconUsbBackEnd::SetPortVal(uint8_t port, uint8_t value) {
 // The request's value is whatever the request before it had.
 uint32_t TconUsbBackEnd::GetPortVal(uint8_t port, uint8_t* value) {
   if (value == nullptr) return 0;
+  const std::lock_guard lock(mutex_);
   ConnectWhenNeeded();
   const CUsbControlEndPoint* control = Control(kTimeOut);
   if (!connected_ || control == nullptr) return 0;
@@ -252,9 +263,11 @@ void TconUsbBackEnd::HoldCpu(bool hold) {
 }
 
 bool TconUsbBackEnd::DownloadFirmware(const char* path, RamKind kind) {
+  const std::lock_guard lock(mutex_);
   const std::unique_ptr<File> file = platform().files.OpenForReading(path);
   if (file == nullptr) {
-    debugLog.Print(0, "Can't open the firmware file %s\n", path);
+    debugLog.Print(0, "Can't open the firmware file %s\n",
+                   platform().files.AbsolutePath(path).c_str());
     return false;
   }
   if (board_ == nullptr || board_->control() == nullptr) return false;

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <span>
 
 #include "api/back_end.h"
@@ -24,6 +25,10 @@ namespace brisk::usb {
 // A null pointer that should hold or receive bytes fails before anything is sent. Outputs of failed
 // reads are left alone, except by I2cReadByte and I2cReadData, which clear them first. A block read
 // of no bytes ends with the result of its write phase.
+//
+// Selecting a device type runs without the global lock, so every operation holds the lock of this
+// object for its whole length: a connect waits for the operation under way. Where both are held,
+// the global lock was taken first.
 class TconUsbBackEnd : public BackEnd {
  public:
   explicit TconUsbBackEnd(ProgressReporter& /*reporter*/) {}
@@ -56,7 +61,6 @@ class TconUsbBackEnd : public BackEnd {
   // Loads the file's records into the chosen RAM; internal RAM with the CPU held in reset
   // meanwhile. False when the file cannot be opened, and then nothing was sent.
   bool DownloadFirmware(const char* path, RamKind kind);
-  CUsbDevice* board() const { return board_.get(); }
 
  private:
   CUsbControlEndPoint* Control(uint32_t timeOut);
@@ -68,6 +72,7 @@ class TconUsbBackEnd : public BackEnd {
   void SetSpeed(uint8_t request);
   void SwitchChannel(uint8_t channel);
 
+  std::recursive_mutex mutex_;  // an operation connects, and connecting downloads
   std::unique_ptr<CUsbDevice> board_;
   bool connected_ = false;
   bool firmwareLoaded_ = false;  // never cleared

@@ -124,7 +124,7 @@ bool CUsbDevice::ResetPort() { return Query(kResetPort, nullptr, 0); }
 
 void CUsbDevice::SelectInterface(uint8_t value) {
   currentConfig = 0;
-  for (uint8_t i = 0; i < kConfigs; ++i) {
+  for (uint8_t i = 0; value != 0 && i < kConfigs; ++i) {
     if (configs_[i] == nullptr || configs_[i]->stringIndex != value) continue;
     currentConfig = i;
     break;

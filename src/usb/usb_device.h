@@ -42,8 +42,8 @@ class CUsbDevice {
   bool ResetPort();
   // A synchronous request; fails on a closed device.
   bool Query(uint32_t code, void* buffer, uint32_t length);
-  // Makes the configuration current whose string index equals `value`, the first when none does,
-  // and the interface of it that the driver has selected.
+  // Makes the configuration current whose string index equals `value`, the first for 0 and when
+  // none does, and the interface of it that the driver has selected.
   void SelectInterface(uint8_t value);
 
   uint8_t deviceCount = 0;

@@ -1,7 +1,9 @@
 #include "platform/files.h"
 
 #include <cstdio>
+#include <filesystem>
 #include <sys/stat.h>
+#include <system_error>
 
 #include "platform/linux/never_destroyed.h"
 #include "platform/linux/parts.h"
@@ -54,6 +56,11 @@ class StdioFiles final : public Files {
   std::unique_ptr<File> OpenForReading(const char* path) override { return OpenFile(path, "rbe"); }
   std::unique_ptr<File> Create(const char* path) override { return OpenFile(path, "wbe"); }
   bool Remove(const char* path) override { return path != nullptr && std::remove(path) == 0; }
+  std::string AbsolutePath(const char* path) override {
+    std::error_code failed;
+    const std::filesystem::path whole = std::filesystem::absolute(path, failed);
+    return failed ? path : whole.string();
+  }
 };
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include <cstdio>
 
+#include "platform/win32/module.h"
 #include "platform/win32/parts.h"
 
 namespace brisk::win32 {
@@ -41,6 +42,11 @@ class WindowsFiles final : public Files {
   std::unique_ptr<File> OpenForReading(const char* path) override { return OpenStream(path, "rb"); }
   std::unique_ptr<File> Create(const char* path) override { return OpenStream(path, "wb"); }
   bool Remove(const char* path) override { return std::remove(path) == 0; }
+  std::string AbsolutePath(const char* path) override {
+    char whole[MAX_PATH];
+    const DWORD length = GetFullPathNameA(path, sizeof whole, whole, nullptr);
+    return length == 0 || length >= sizeof whole ? path : std::string(whole, length);
+  }
 };
 
 }  // namespace
