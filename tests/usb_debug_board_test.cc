@@ -1,4 +1,5 @@
 // The debug board end to end: exported functions to the simulated board's wires, flash and ports.
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstdio>
@@ -8,6 +9,7 @@
 #include <vector>
 
 #include "brisk/brisk.h"
+#include "brisk/brisk_extensions.h"
 
 #include "eeprom.h"
 #include "support/bench_test.h"
@@ -162,6 +164,87 @@ TEST_F(DebugBoard, PicturePort) {
   bench().board().picture().SetDevice(nullptr);
   const std::string seen = recorder.text.substr(recorder.text.find_first_not_of('i'));
   EXPECT_EQ(seen, "0.0.1.0.0.1.1i");
+}
+
+// Rises page by page, both ways; a stop takes effect behind the page under way.
+TEST_F(DebugBoard, ProgressAndStop) {
+  struct Watcher {
+    std::vector<uint32_t> percent;
+    uint32_t stopAt = 0xFFFFFFFF;
+    static int32_t BRISK_CALL Watch(uint32_t done, uint32_t total, void* context) {
+      auto& watcher = *static_cast<Watcher*>(context);
+      EXPECT_EQ(total, 1000u);
+      watcher.percent.push_back(SPIGetProgress());
+      return done >= watcher.stopAt ? 1 : 0;
+    }
+  };
+  struct Case {
+    bool program;  // else read
+    uint32_t stopAt;
+    uint32_t result;
+    std::vector<uint32_t> percent;
+  };
+  TemporaryFolder folder;
+  const std::string in = folder.File("in");
+  const std::string out = folder.File("out");
+  WriteFile(in, RandomBytes(1000));
+  for (const Case& test : {Case{true, 1001, 1000, {1, 27, 52, 78, 100}},
+                           {false, 1001, 1000, {25, 51, 76, 100}},
+                           {true, 500, 528, {1, 27, 52}},
+                           {false, 500, 512, {25, 51}}}) {
+    SCOPED_TRACE(test.stopAt);
+    Watcher watcher{{}, test.stopAt};
+    BriskSetProgressCallback(Watcher::Watch, &watcher);
+    EXPECT_EQ(test.program ? SPIProgramFromFile(0xF0, 0, in.c_str(), 0)
+                           : SPIProgramToFile(0xF0, 1000, out.c_str()),
+              test.result);
+    BriskSetProgressCallback(nullptr, nullptr);
+    EXPECT_EQ(watcher.percent, test.percent);
+    EXPECT_EQ(SPIGetProgress(), 100u);
+    if (test.program) {
+      const auto& memory = bench().board().flash()->memory();
+      EXPECT_EQ(memory[0xF0 + test.result], 0xFF);
+    } else {
+      EXPECT_EQ(ReadFile(out).size(), test.result);
+    }
+  }
+}
+
+// One transfer that fails spoils one operation. The board's status byte counts for nothing.
+TEST_F(DebugBoard, FaultsOfTheLink) {
+  struct Case {
+    const char* fault;
+    uint32_t result;
+    uint8_t port;
+    uint64_t seconds;
+  };
+  for (const Case& test : {Case{"usb-stall@1", 0, 0x11, 0},
+                           {"usb-stall@2", 0, 0x11, 0},
+                           {"usb-stall@3", 0, 0x22, 0},
+                           {"usb-time-out@1", 0, 0x11, 1},
+                           {"usb-time-out@2", 0, 0x11, 1},
+                           {"usb-time-out@3", 0, 0x22, 1},
+                           {"usb-status@1", 1, 0x22, 0}}) {
+    SCOPED_TRACE(test.fault);
+    board().SetPort(9, 0x11);
+    EXPECT_EQ(bench().SetFault(test.fault), "");
+    const uint64_t before = bench().clock().Now();
+    EXPECT_EQ(SetPortVal(9, 0x22), test.result);
+    EXPECT_EQ((bench().clock().Now() - before) / 1'000'000'000, test.seconds);
+    EXPECT_EQ(board().port(9), test.port);
+    EXPECT_EQ(SetPortVal(9, 0x33), 1u);
+    EXPECT_EQ(board().port(9), 0x33);
+    bench().ClearFaults();
+  }
+  // Of a short reply the rest counts as zeros.
+  TemporaryFolder folder;
+  WriteFile(folder.File("in"), Bytes(64, 0x5A));
+  EXPECT_EQ(SPIProgramFromFile(0, 0, folder.File("in").c_str(), 0), 64u);
+  EXPECT_EQ(bench().SetFault("usb-short"), "");
+  EXPECT_EQ(SPIProgramToFile(0, 64, folder.File("out").c_str()), 64u);
+  Bytes expected(64, 0x5A);
+  std::fill(expected.begin() + 32, expected.end(), uint8_t{0});
+  EXPECT_EQ(ReadFile(folder.File("out")), expected);
 }
 
 TEST_F(DebugBoard, UnpluggedBoardFailsAndHangsNothing) {

@@ -8,13 +8,17 @@
 #include <gtest/gtest.h>
 #include <map>
 #include <memory>
+#include <set>
 #include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "base/progress.h"
 #include "bench.h"
+#include "support/files.h"
 #include "usb/fx2_adapter.h"
+#include "usb/tcon_usb.h"
 
 namespace brisk::usb {
 namespace {
@@ -37,7 +41,7 @@ struct Request {
 
 // A driver whose every answer a test gives.
 struct FakeDriver final : DeviceInterfaces {
-  std::vector<std::string> paths = {"first"};
+  std::vector<std::string> paths = {"first", "second"};
   std::vector<uint32_t> enumeration = {0, kErrorNoMoreItems};
   std::map<uint16_t, Bytes> descriptors;  // by value
   std::function<Reply(const Request& request, uint8_t* out)> transfer;
@@ -163,9 +167,13 @@ class UsbDevice : public testing::Test {
     sim::bench().deviceInterfaces().Connect(&driver);
     for (const char* path : {"first", "second"}) {
       sim::bench().devices().Add(
-          path, [this](const DeviceOpenMode& mode) -> std::unique_ptr<Device> {
+          path, [this, path](const DeviceOpenMode& mode) -> std::unique_ptr<Device> {
             EXPECT_TRUE(mode.overlapped && mode.shareRead && mode.shareWrite && mode.write);
-            if (refuses) return nullptr;
+            opened += path[0];
+            if (refused.contains(opened.size())) return nullptr;
+            if (vendors.contains(path)) {
+              driver.descriptors[0x0100] = DeviceDescriptor(vendors[path], 1);
+            }
             return std::make_unique<FakeDriver::OpenDevice>(driver);
           });
     }
@@ -182,8 +190,67 @@ class UsbDevice : public testing::Test {
   }
 
   FakeDriver driver;
-  bool refuses = false;
+  std::map<std::string, uint16_t> vendors;  // by path, where it matters
+  std::string opened;                       // first letters of the paths, refused ones included
+  std::set<size_t> refused;                 // which openings, from 1
 };
+
+class FindingTheBoard : public UsbDevice {
+ protected:
+  class : public ProgressReporter {
+    bool Report(uint32_t /*done*/, uint32_t /*total*/) override { return false; }
+  } noProgress;
+  TconUsbBackEnd backEnd{noProgress};
+};
+
+// The first device is opened twice before the search begins.
+TEST_F(FindingTheBoard, AmongOthers) {
+  constexpr uint16_t kOurs = 0x04B4;
+  constexpr uint16_t kForeign = 0x0403;
+  struct Case {
+    const char* name;
+    uint16_t first, second;
+    std::set<size_t> refused;
+    std::string opened;
+    uint64_t seconds;
+    uint8_t result;
+  };
+  driver.enumeration = {0, 0, kErrorNoMoreItems};
+  for (const Case& test : {Case{"none", kForeign, kForeign, {}, "fffs", 0, 0},
+                           {"busy for a moment", kForeign, kOurs, {4}, "fffss", 1, 1},
+                           {"the first is busy", kForeign, kOurs, {1, 2, 3, 4}, "ffffs", 1, 1},
+                           {"both are busy", kOurs, kOurs, {1, 2, 3, 4, 5, 6}, "ffffss", 2, 0},
+                           {"first", kOurs, kForeign, {}, "fff", 0, 1},
+                           {"behind another", kForeign, kOurs, {}, "fffs", 0, 1}}) {
+    SCOPED_TRACE(test.name);
+    vendors = {{"first", test.first}, {"second", test.second}};
+    refused = test.refused;
+    opened.clear();
+    TconUsbBackEnd fresh(noProgress);  // one that has found a board never loses it
+    const uint64_t before = sim::bench().clock().Now();
+    EXPECT_EQ(fresh.Select(), test.result);
+    EXPECT_EQ((sim::bench().clock().Now() - before) / 1'000'000, test.seconds * 1000);
+    EXPECT_EQ(opened, test.opened);
+  }
+}
+
+// The driver is told 10 s while firmware is loaded and 1 s, the least it can be told, afterwards.
+TEST_F(FindingTheBoard, TimeOutsInTheRequests) {
+  const TemporaryFolder folder;
+  const std::string text = ":03000000020100FA\n:00000001FF\n";
+  WriteFile(folder.File("x"), Bytes(text.begin(), text.end()));
+  EXPECT_EQ(backEnd.Select(), 1);
+  driver.requests.clear();
+  EXPECT_TRUE(backEnd.DownloadFirmware(folder.File("x").c_str(), RamKind::kInternal));
+  backEnd.SetPortVal(1, 2);
+  backEnd.I2cWriteByte(0xF4, 1, 2);
+  std::vector<std::pair<int, int>> told;
+  for (const Request& request : driver.requests) {
+    told.emplace_back(request.in[1], request.in[8] | request.in[9] << 8);
+  }
+  EXPECT_EQ(told, (std::vector<std::pair<int, int>>{
+                      {0xA0, 10}, {0xA0, 10}, {0xA0, 10}, {0xC1, 1}, {0xA4, 1}, {0xA2, 1}}));
+}
 
 TEST_F(UsbDevice, Counting) {
   CUsbDevice device(nullptr, kTconInterfaceClass, false);
@@ -202,12 +269,15 @@ TEST_F(UsbDevice, OpeningReadsTheDevice) {
   driver.descriptors[0x0300] = {6, 3, 0x07, 0x04, 0x09, 0x04};
   driver.descriptors[0x0301] = {6, 3, 'A', 0, 'b', 0};
   driver.descriptors[0x0302] = {2, 3};
-  driver.transfer = [](const Request& request, uint8_t* out) {
-    const uint32_t word = request.code == 0x220000   ? 0x01050500
-                          : request.code == 0x22004C ? 2
-                          : request.code == 0x220010 ? 9
-                                                     : 0;
-    std::memcpy(out, &word, std::min<size_t>(4, request.outSize));
+  const std::vector<std::pair<uint32_t, Bytes>> facts = {
+      {0x220010, {9}},          {0x22003C, {'N', 'a', 'm', 'e'}}, {0x220040, {'F', 'r'}},
+      {0x220000, {0, 5, 5, 1}}, {0x220004, {4, 3, 2, 1}},         {0x22004C, {2, 0, 0, 0}},
+      {0x220008, {0}}};
+  driver.transfer = [&](const Request& request, uint8_t* out) {
+    const auto fact = std::find_if(facts.begin(), facts.end(),
+                                   [&](const auto& each) { return each.first == request.code; });
+    if (fact == facts.end()) return Reply{false, 0};
+    std::copy(fact->second.begin(), fact->second.end(), out);
     return Reply{true, request.outSize};
   };
   CUsbDevice device(nullptr, kTconInterfaceClass, true);
@@ -221,6 +291,10 @@ TEST_F(UsbDevice, OpeningReadsTheDevice) {
   EXPECT_EQ(device.address, 9);
   EXPECT_TRUE(device.highSpeed);
   EXPECT_EQ(device.driverVersion, 0x01050500u);
+  EXPECT_EQ(device.secondVersion, 0x01020304u);
+  EXPECT_STREQ(device.deviceName.data(), "Name");
+  EXPECT_STREQ(device.friendlyName.data(), "Fr");
+  EXPECT_EQ(device.currentAlternate, 0);
   ASSERT_NE(device.config(0), nullptr);
   EXPECT_EQ(device.config(0)->interfaces().size(), 1u);
   EXPECT_EQ(device.configMaxPower, 50);
@@ -231,6 +305,13 @@ TEST_F(UsbDevice, OpeningReadsTheDevice) {
   EXPECT_EQ(device.endPoints.interruptOut, nullptr);
   EXPECT_EQ(device.control()->maxPacketSize, 64u);
   EXPECT_EQ(device.config(0)->interfaces()[0]->endPoint(0), device.control());
+  std::vector<uint32_t> asked;
+  std::vector<uint32_t> expectedCodes;
+  for (const Request& request : driver.requests) {
+    if (request.code != 0x220020) asked.push_back(request.code);
+  }
+  for (const auto& [code, bytes] : facts) expectedCodes.push_back(code);
+  EXPECT_EQ(asked, expectedCodes);
   // The first request, byte for byte.
   Bytes expected = Header({0x80, 6, 0, 1, 0, 0, 18, 0, 5}, 38, 18);
   expected.resize(38 + 18);
@@ -260,6 +341,38 @@ TEST_F(UsbDevice, SelectingAConfiguration) {
     device.SelectInterface(test.value);
     EXPECT_EQ(device.currentConfig, test.current) << int{test.second} << ", " << int{test.value};
     EXPECT_EQ(device.configValue, test.current + 1);
+  }
+}
+
+// The interface is the one whose setting the driver reports; without such a one it stays.
+TEST_F(UsbDevice, AlternateSettings) {
+  driver.descriptors[0x0200] = {9, 2, 27, 0, 1, 1, 0, 0x80, 50,  //
+                                9, 4, 0,  0, 0, 1, 2, 3,    0,   //
+                                9, 4, 0,  1, 0, 4, 5, 6,    0};
+  struct Case {
+    bool answers;
+    uint8_t reported;
+    uint8_t current;  // alternate setting
+    uint8_t index;
+    uint8_t subClass;
+  };
+  CUsbDevice device(nullptr, kTconInterfaceClass, false);
+  for (const Case& test : {Case{true, 0, 0, 0, 2},
+                           {true, 1, 1, 1, 5},
+                           {true, 7, 7, 1, 5},
+                           {false, 0, 0xFF, 1, 5},
+                           {true, 0, 0, 0, 2}}) {
+    driver.transfer = [&](const Request& request, uint8_t* out) {
+      if (request.code != 0x220008) return Reply{false, 0};
+      *out = test.reported;
+      return Reply{test.answers, 1};
+    };
+    EXPECT_TRUE(device.OpenDevice(0));
+    EXPECT_EQ(device.currentAlternate, test.current);
+    EXPECT_EQ(device.currentInterface, test.index);
+    EXPECT_EQ(device.interfaceSubClass, test.subClass);
+    EXPECT_EQ(device.driverVersion, 0u);
+    EXPECT_EQ(device.deviceName[0], 0);
   }
 }
 

@@ -2,9 +2,13 @@
 // vendor libraries' stand-ins found by the dynamic loader.
 #include <chrono>
 #include <cstdint>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
 #include <vector>
 
 #include "brisk/brisk.h"
@@ -38,6 +42,100 @@ class ShippedLibrary : public testing::Test {
   TemporaryFolder folder_;
   std::filesystem::path home_;
 };
+
+// A process of its own has a bench of its own, with a fault. It must come before the tests that
+// make this process load libusb's stand-in.
+class FaultyBoard : public testing::Test {
+ protected:
+  template <typename Body>
+  static void With(const std::string& fault, Body body) {
+    SCOPED_TRACE(fault);
+    const pid_t child = fork();
+    if (child == 0) {
+      setenv("BRISK_SIM", ("adapter=tcon-usb,fault=" + fault).c_str(), 1);
+      body();
+      _exit(HasFailure() ? 1 : 0);
+    }
+    int status = -1;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
+  }
+};
+
+// A request straight to the controller's ROM, which needs no firmware.
+bool SendToRom(CUsbDevice& device, uint32_t timeOut) {
+  uint8_t byte = 0;
+  uint32_t length = 1;
+  device.control()->requestCode = 0xA0;
+  device.control()->timeOut = timeOut;
+  return device.control()->ControlWrite(&byte, &length);
+}
+
+TEST_F(FaultyBoard, StatusWords) {
+  struct Case {
+    const char* fault;
+    uint32_t timeOut;  // ours; libusb is told 1 s
+    uint32_t nt;
+    uint32_t usbd;
+  };
+  for (const Case& test : {Case{"usb-stall@9", 50, 0, 0},
+                           {"usb-stall", 50, 0xC0000001, 0xC0000004},
+                           {"usb-time-out", 50, 0xC0000120, 0xC0010000},       // we cancel
+                           {"usb-time-out", 1900, 0xC00000B5, 0xC0006000}}) {  // libusb gives up
+    With(test.fault, [&] {
+      CUsbDevice device(nullptr, usb::kTconInterfaceClass, true);
+      EXPECT_EQ(SendToRom(device, test.timeOut), test.nt == 0);
+      EXPECT_EQ(device.control()->ntStatus, test.nt);
+      EXPECT_EQ(device.control()->usbdStatus, test.usbd);
+    });
+  }
+}
+
+TEST_F(FaultyBoard, SilentOnce) {
+  With("usb-time-out@2", [] {
+    CUsbDevice device(nullptr, usb::kTconInterfaceClass, true);
+    EXPECT_TRUE(SendToRom(device, 50));
+    const auto before = std::chrono::steady_clock::now();
+    EXPECT_FALSE(SendToRom(device, 50));
+    const auto spent = std::chrono::steady_clock::now() - before;
+    EXPECT_GE(spent, std::chrono::milliseconds(50));
+    EXPECT_LT(spent, std::chrono::milliseconds(900));
+    EXPECT_TRUE(SendToRom(device, 50));
+  });
+}
+
+TEST_F(FaultyBoard, ShortAnswer) {
+  With("usb-short", [] {
+    CUsbDevice device(nullptr, usb::kTconInterfaceClass, true);
+    Bytes in(10, 0x77);
+    uint32_t length = 10;
+    device.control()->requestCode = 0xA0;
+    EXPECT_TRUE(device.control()->ControlRead(in.data(), &length));
+    EXPECT_EQ(length, 9u);
+    EXPECT_EQ(in[8], 0);
+    EXPECT_EQ(in[9], 0x77);
+  });
+}
+
+TEST_F(FaultyBoard, UnpluggedWhileOpen) {
+  With("usb-unplug@100", [] {
+    const CUsbDevice other(nullptr, usb::kTconInterfaceClass, true);  // keeps the bench loaded
+    CUsbDevice device(nullptr, usb::kTconInterfaceClass, true);
+    int good = 0;
+    while (good < 200 && SendToRom(device, 50)) ++good;
+    EXPECT_GT(good, 0);
+    EXPECT_LT(good, 100);
+    EXPECT_FALSE(SendToRom(device, 50));
+    EXPECT_EQ(device.CountDevices(), 0);
+    EXPECT_FALSE(device.OpenDevice(0));
+    EXPECT_FALSE(device.IsOpen());
+  });
+}
+
+TEST_F(ShippedLibrary, FilesAreNamedWithTheirFolder) {
+  EXPECT_EQ(platform().files.AbsolutePath("x"), (std::filesystem::current_path() / "x").string());
+  EXPECT_EQ(platform().files.AbsolutePath("/x"), "/x");
+}
 
 TEST_F(ShippedLibrary, DebugBoard) {
   BriskSetDevice(2);

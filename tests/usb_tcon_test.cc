@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <gtest/gtest.h>
 #include <string>
@@ -187,6 +188,22 @@ TEST_F(TconBoard, RetriesAndFailures) {
   EXPECT_EQ(value, 0x55);
 }
 
+// A short answer is no error to the driver: what did not come counts as 0.
+TEST_F(TconBoard, ShortAnswers) {
+  Connect();
+  const uint8_t command[] = {0x40};
+  Bytes data(100, 0x77);
+  EXPECT_EQ(I2cWriteData(0xF4, command, 1, data.data(), 100), 1u);
+  bench().SetFault("usb-short");
+  EXPECT_EQ(I2cReadData(0xF4, command, 1, data.data(), 100), 1u);
+  Bytes expected(100, 0x77);
+  expected[63] = expected[99] = 0;  // the last bytes of the two packets
+  EXPECT_EQ(data, expected);
+  uint8_t value = 0x55;
+  EXPECT_EQ(I2cReadByte(0xF4, 0x40, &value), 1u);
+  EXPECT_EQ(value, 0);
+}
+
 TEST_F(TconBoard, ATransferWithoutAnswerEndsAfterItsTimeOut) {
   Connect();
   bench().SetFault("usb-time-out@1");
@@ -246,10 +263,76 @@ struct Image {
   const char* name;
   const char* filters;  // of srec_cat, behind "in.bin -binary"
   const char* output;   // behind "-intel"
+  const char* holds;    // the beginning of a record that the image is there for
   std::function<std::string(std::string)> edit;
 };
 
-class FirmwareImages : public TconBoard, public testing::WithParamInterface<Image> {};
+using Places = std::vector<std::pair<unsigned, size_t>>;
+
+class NoProgress : public ProgressReporter {
+  bool Report(uint32_t /*done*/, uint32_t /*total*/) override { return false; }
+};
+
+class FirmwareImages : public TconBoard, public testing::WithParamInterface<Image> {
+ protected:
+  // Writes firmware.hex, and low.bin and high.bin: what the two kinds of RAM must hold then, from
+  // srec_cat again.
+  void Make() {
+    WriteFile("in.bin", RandomBytes(0x2400));
+    const std::string make = std::string("srec_cat in.bin -binary ") + GetParam().filters;
+    const std::string commands[] = {
+        make + " -o out.hex -intel " + GetParam().output,
+        make + " -fill 0x00 0 0x2000 -crop 0 0x2000 -o low.bin -binary",
+        make + " -crop 0x2000 0x10000 -offset -0x2000 -o high.bin -binary"};
+    for (const std::string& command : commands) ASSERT_EQ(std::system(command.c_str()), 0);
+    const Bytes bytes = ReadFile("out.hex");
+    const std::string text(bytes.begin(), bytes.end());
+    EXPECT_NE(text.find(GetParam().holds), std::string::npos);
+    WriteText("firmware.hex", GetParam().edit(text));
+  }
+
+  // The chunks that the records of out.hex make between two addresses.
+  static Places Chunks(unsigned low, unsigned high) {
+    Places chunks;
+    unsigned next = 0x10000;
+    std::ifstream file("out.hex");
+    for (std::string line; std::getline(file, line);) {
+      unsigned count = 0;
+      unsigned address = 0;
+      unsigned type = 0;
+      EXPECT_EQ(std::sscanf(line.c_str(), ":%2x%4x%2x", &count, &address, &type), 3);
+      const unsigned begin = std::max(address, low);
+      const unsigned end = std::min(address + count, high);
+      if (type != 0 || begin >= end) continue;
+      if (begin != next || chunks.back().second + end - begin >= 4096)
+        chunks.emplace_back(begin, 0);
+      chunks.back().second += end - begin;
+      next = end;
+    }
+    return chunks;
+  }
+
+  // The downloads with this request that the board has seen, and forgets.
+  static std::vector<sim::Fx2Board::Seen> Loads(uint8_t request) {
+    std::vector<sim::Fx2Board::Seen> loads;
+    for (const auto& each : std::exchange(board().seen, {})) {
+      if (each.setup.request == request) loads.push_back(each);
+    }
+    return loads;
+  }
+
+  static Places PlacesOf(const std::vector<sim::Fx2Board::Seen>& loads) {
+    Places places;
+    for (const auto& load : loads) places.emplace_back(load.setup.value, load.data.size());
+    return places;
+  }
+
+  static Bytes Ram(uint32_t begin, size_t size) {
+    Bytes bytes;
+    for (uint32_t i = 0; i < size; ++i) bytes.push_back(board().ram(begin + i));
+    return bytes;
+  }
+};
 
 std::string AsIs(std::string text) { return text; }
 std::string Lower(std::string text) {
@@ -268,14 +351,15 @@ std::string Comments(const std::string& text) {
 }
 
 const Image kImages[] = {
-    {"Whole", "", "", AsIs},
-    {"LongRecords", "", "-output_block_size=255", AsIs},
-    {"CrossingTheEnd", "-offset 0x0008", "-output_block_size=16", AsIs},
-    {"Gaps", "-exclude 0x100 0x180 -exclude 0x1000 0x1001", "", AsIs},
-    {"LowerCase", "", "", Lower},
-    {"CarriageReturns", "", "", CrLf},
-    {"Commented", "", "", Comments},
-    {"Extended", "", "-address_length=4", AsIs},
+    {"Whole", "", "-address_length=2", "", AsIs},
+    {"LongRecords", "", "-output_block_size=255", ":FF", AsIs},
+    {"CrossingTheEnd", "-offset 0x0008", "-output_block_size=24", ":181FF000", AsIs},
+    {"Gaps", "-exclude 0x100 0x180 -exclude 0x1000 0x1001", "", ":20100100", AsIs},
+    {"LowerCase", "", "", "", Lower},
+    {"CarriageReturns", "", "", "", CrLf},
+    {"Commented", "", "", "", Comments},
+    {"ExtendedLinear", "", "-address_length=4", ":02000004", AsIs},
+    {"ExtendedSegments", "", "-address_length=3", ":02000002", AsIs},
 };
 
 INSTANTIATE_TEST_SUITE_P(Made, FirmwareImages, testing::ValuesIn(kImages),
@@ -283,44 +367,38 @@ INSTANTIATE_TEST_SUITE_P(Made, FirmwareImages, testing::ValuesIn(kImages),
 
 TEST_P(FirmwareImages, ArriveInRam) {
   if (std::system("srec_cat --version >/dev/null 2>&1") != 0) GTEST_SKIP() << "no srec_cat";
-  WriteFile("in.bin", RandomBytes(0x2400));
-  const std::string make = std::string("srec_cat in.bin -binary ") + GetParam().filters;
-  ASSERT_EQ(std::system((make + " -o out.hex -intel " + GetParam().output).c_str()), 0);
-  // What the RAM must hold, from srec_cat again.
-  ASSERT_EQ(std::system((make + " -fill 0x00 0 0x2000 -crop 0 0x2000 -o want.bin -binary").c_str()),
-            0);
-  const Bytes text = ReadFile("out.hex");
-  WriteText("firmware.hex", GetParam().edit(std::string(text.begin(), text.end())));
-
+  Make();
   EXPECT_EQ(BriskSetDevice(4), 1);
-  Bytes ram;
-  for (uint32_t address = 0; address < 0x2000; ++address) ram.push_back(board().ram(address));
-  EXPECT_EQ(ram, ReadFile("want.bin"));
+  EXPECT_EQ(Ram(0, 0x2000), ReadFile("low.bin"));
   EXPECT_TRUE(board().FirmwareRuns());
 
   // The CPU is held, the chunks follow, the CPU runs.
-  const auto& seen = board().seen;
-  std::vector<sim::Fx2Board::Seen> loads;
-  std::copy_if(seen.begin(), seen.end(), std::back_inserter(loads),
-               [](const auto& each) { return each.setup.request == 0xA0; });
-  ASSERT_GE(loads.size(), 3u);
-  EXPECT_EQ(loads.front().setup.value, 0xE600);
+  const auto loads = Loads(0xA0);
+  Places expected = Chunks(0, 0x2000);
+  EXPECT_GE(expected.size(), 3u);
+  expected.insert(expected.begin(), {0xE600, 1});
+  expected.emplace_back(0xE600, 1);
+  EXPECT_EQ(PlacesOf(loads), expected);
   EXPECT_EQ(loads.front().data, Bytes{1});
-  EXPECT_EQ(loads.back().setup.value, 0xE600);
   EXPECT_EQ(loads.back().data, Bytes{0});
-  for (size_t i = 1; i + 1 < loads.size(); ++i) {
-    EXPECT_LT(loads[i].data.size(), 4096u);
-    EXPECT_LE(loads[i].setup.value + loads[i].data.size(), 0x2000u);
-  }
+
+  // The second mode: what lies above, by the firmware that runs.
+  NoProgress noProgress;
+  usb::TconUsbBackEnd backEnd(noProgress);
+  EXPECT_EQ(backEnd.Select(), 1);
+  board().seen.clear();
+  EXPECT_TRUE(backEnd.DownloadFirmware("firmware.hex", usb::RamKind::kExternal));
+  EXPECT_EQ(PlacesOf(Loads(0xA3)), Chunks(0x2000, 0x10000));
+  const Bytes high = ReadFile("high.bin");
+  EXPECT_GE(high.size(), 0x400u);
+  EXPECT_EQ(Ram(0x2000, high.size()), high);
 }
 
 // The second mode leaves the CPU alone: the running firmware fills the external RAM.
 TEST_F(TconBoard, ExternalRam) {
   Connect();
   WriteText("more.hex", ":041FFE0001020304D5\n:0230000005067F\n");
-  class NoProgress : public ProgressReporter {
-    bool Report(uint32_t /*done*/, uint32_t /*total*/) override { return false; }
-  } noProgress;
+  NoProgress noProgress;
   usb::TconUsbBackEnd backEnd(noProgress);
   EXPECT_FALSE(backEnd.DownloadFirmware("more.hex", usb::RamKind::kExternal));  // no board yet
   EXPECT_EQ(backEnd.Select(), 1);
@@ -361,8 +439,6 @@ namespace {
 HexRecord Record(uint16_t address, size_t count) {
   return {address, RandomBytes(count, address), ""};
 }
-
-using Places = std::vector<std::pair<unsigned, size_t>>;
 
 Places PlacesOf(const std::vector<HexRecord>& records, RamKind kind) {
   Places places;

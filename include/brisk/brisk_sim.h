@@ -32,10 +32,36 @@ BRISK_BEGIN_DECLS
  *   seed=N                of everything drawn at random; default 1
  *   debug=none | stderr   where debug lines go; default none
  *   fault=KIND[:ARGUMENT][@N][%P][+...]
- *                         what goes wrong: at every occasion, at the Nth only, or with a chance of
- * P percent. Kinds: nak (an I2C device does not acknowledge; of all, or of controller, eeprom,
- * ten-bit), sda-low, scl-low (a line is stuck), flash-busy (a program or erase never ends, or takes
- * ARGUMENT ms), open-refused (of files), disk-full (a file takes ARGUMENT bytes).
+ *                         what goes wrong: at every occasion, at the Nth only, or by a chance of
+ *                         P percent. The kinds are listed below.
+ *
+ * On the board and the PC, whatever the adapter:
+ *   nak[:DEVICE]          an I2C device does not acknowledge: any, or controller, eeprom, ten-bit
+ *   sda-low, scl-low      the line is stuck
+ *   flash-busy[:MS]       a program or erase never ends, or takes that long
+ *   open-refused          a file cannot be opened
+ *   disk-full:BYTES       a file takes no more
+ * Of adapters debug-board and tcon-usb:
+ *   usb-stall             a transfer is refused
+ *   usb-time-out          a transfer is never answered
+ *   usb-short             an answer lacks its last byte (control transfers of tcon-usb) or half
+ *   usb-status            data moves, but the status that comes with it tells an error
+ *   usb-unplug            the board goes away, for good
+ * Of adapters uart and text-bridge:
+ *   line-silent           an answer is lost
+ *   line-delay:MS         an answer comes late
+ *   line-split:MS         there is a pause between the bytes of an answer
+ *   line-junk:BYTES       an answer comes behind so many bytes of junk
+ *   line-width            a register frame is answered with a wrong width (uart only)
+ *   line-gone             the adapter is unplugged
+ * Of the FTDI adapters:
+ *   d2xx-fails[:FT_NAME]  a D2XX function fails: any, or the one named
+ *   d2xx-short-write:N    FT_Write takes at most N bytes
+ *   ftdi-no-answers       what the chips answer is lost
+ *   ftdi-unplug           a chip leaves the bus during a call
+ * Of adapter u2c:
+ *   u2c-absent            opening fails
+ *   u2c-fails[:U2C_NAME]  a function of its library fails: any, or the one named
  *
  * The library is detached from the old bench and attached to the new one, as if it had been
  * unloaded and loaded: the device type, rates and connections start afresh. No other call may be

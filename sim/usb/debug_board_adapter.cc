@@ -12,6 +12,8 @@ constexpr uint8_t kIn = 0x3A;
 
 // A full-speed bulk transfer of a packet, with its place in the frame.
 constexpr uint64_t kTransferNs = 125'000;
+// When the library gives a transfer up.
+constexpr uint64_t kTimeOutNs = 1'000'000'000;
 
 char device;
 char pipes[2];
@@ -39,21 +41,30 @@ bool DebugBoardAdapter::Present() {
   return !gone_;
 }
 
-bool DebugBoardAdapter::WritePipe0(std::span<const uint8_t> packet) {
+// Whether a transfer takes place.
+bool DebugBoardAdapter::Answers() {
   if (!Present() || bench_.faults().Strikes(FaultKind::kUsbStall)) return false;
-  bench_.clock().Spend(kTransferNs);
+  const bool silent = bench_.faults().Strikes(FaultKind::kUsbTimeOut);
+  bench_.clock().Spend(silent ? kTimeOutNs : kTransferNs);
+  return !silent;
+}
+
+bool DebugBoardAdapter::WritePipe0(std::span<const uint8_t> packet) {
+  if (!Answers()) return false;
   const std::lock_guard lock(bench_.board().mutex());
-  if (packet.size() != kPacket || (expects_ != Expects::kCommand && expects_ != Expects::kData)) {
+  if (packet.size() != kPacket) {
     expects_ = Expects::kCommand;
     return false;
   }
-  if (expects_ == Expects::kCommand) {
+  if (expects_ != Expects::kData) {
     std::copy(packet.begin(), packet.end(), command_.begin());
     data_.fill(0);
     status_ = 0;
-    expects_ = command_[0] == kOut ? Expects::kData : Expects::kReply;
+    expects_ = command_[0] == kOut  ? Expects::kData
+               : command_[0] == kIn ? Expects::kReply
+                                    : Expects::kCommand;
     if (command_[0] == kIn) Execute();
-    return command_[0] == kOut || command_[0] == kIn;
+    return expects_ != Expects::kCommand;
   }
   std::copy(packet.begin(), packet.end(), data_.begin());
   expects_ = Expects::kStatus;
@@ -61,18 +72,19 @@ bool DebugBoardAdapter::WritePipe0(std::span<const uint8_t> packet) {
   return true;
 }
 
-bool DebugBoardAdapter::ReadPipe1(std::span<uint8_t> packet) {
-  if (!Present() || bench_.faults().Strikes(FaultKind::kUsbStall)) return false;
-  bench_.clock().Spend(kTransferNs);
+size_t DebugBoardAdapter::ReadPipe1(std::span<uint8_t> packet) {
+  if (!Answers()) return 0;
   if (expects_ == Expects::kReply && packet.size() == kPacket) {
-    std::copy(data_.begin(), data_.end(), packet.begin());
+    const size_t count = bench_.faults().Strikes(FaultKind::kUsbShort) ? kPacket / 2 : kPacket;
+    std::copy_n(data_.begin(), count, packet.begin());
     expects_ = Expects::kStatus;
-    return true;
+    return count;
   }
   const bool status = expects_ == Expects::kStatus && packet.size() == 1;
   expects_ = Expects::kCommand;
-  if (status) packet[0] = status_;
-  return status;
+  if (!status) return 0;
+  packet[0] = bench_.faults().Strikes(FaultKind::kUsbStatus) ? 0xFF : status_;
+  return 1;
 }
 
 void DebugBoardAdapter::Execute() {
@@ -228,20 +240,17 @@ uint32_t BRISK_CALL WinIoBulkWrite(void* pipe, void* buffer, uint32_t length, ui
   auto* bytes = static_cast<uint8_t*>(buffer);
   *count = 0;
   if (board == nullptr) return 0;
-  bool ok = false;
-  if (pipe == &pipes[0]) ok = board->WritePipe0({bytes, length});
-  if (pipe == &pipes[1]) ok = board->ReadPipe1({bytes, length});
-  if (ok) *count = length;
-  return ok ? 1 : 0;
+  if (pipe == &pipes[0] && board->WritePipe0({bytes, length})) *count = length;
+  if (pipe == &pipes[1]) *count = static_cast<uint32_t>(board->ReadPipe1({bytes, length}));
+  return *count != 0 ? 1 : 0;
 }
 
 uint32_t BRISK_CALL WinIoBulkRead(void* pipe, void* buffer, uint32_t length, uint32_t* count) {
   DebugBoardAdapter* board = Current();
   *count = 0;
   if (board == nullptr || pipe != &pipes[1]) return 0;
-  if (!board->ReadPipe1({static_cast<uint8_t*>(buffer), length})) return 0;
-  *count = length;
-  return 1;
+  *count = static_cast<uint32_t>(board->ReadPipe1({static_cast<uint8_t*>(buffer), length}));
+  return *count != 0 ? 1 : 0;
 }
 
 void BRISK_CALL WinIoCloseHandle(void* handle) {

@@ -16,7 +16,8 @@ namespace brisk::sim {
 // The USB debug board: what its firmware does with the packets on its two pipes. A command packet
 // on pipe 0 is followed by a data packet, there or (for commands that answer) on pipe 1, and by a
 // status byte on pipe 1: 0, or 1 after a command that the board does not know or a byte that no I2C
-// device acknowledged. A transfer out of that order fails and the board waits for a command again.
+// device acknowledged. A transfer out of that order fails and the board waits for a command again,
+// which a packet on pipe 0 in place of the reply's or status byte's transfer already is.
 class DebugBoardAdapter final : public Adapter {
  public:
   static constexpr size_t kPacket = 64;
@@ -26,7 +27,8 @@ class DebugBoardAdapter final : public Adapter {
 
   bool Present();
   bool WritePipe0(std::span<const uint8_t> packet);
-  bool ReadPipe1(std::span<uint8_t> packet);  // the reply, or the status byte
+  // The reply, or the status byte. The result is the bytes that came, 0 when the transfer failed.
+  size_t ReadPipe1(std::span<uint8_t> packet);
 
   uint8_t port(uint8_t number) const { return ports_[number]; }
   void SetPort(uint8_t number, uint8_t value) { ports_[number] = value; }
@@ -38,6 +40,7 @@ class DebugBoardAdapter final : public Adapter {
  private:
   enum class Expects : uint8_t { kCommand, kData, kReply, kStatus };
 
+  bool Answers();
   void Execute();
   bool Ports();
   bool Flash();
