@@ -368,6 +368,7 @@ TEST_F(DriverTest, PortExportsOfThe9xFamily) {
   BriskSetDevice(5);
   Lpt_Input(&value);
   EXPECT_EQ(value, 0);
+  DetachLibrary();
 }
 
 }  // namespace

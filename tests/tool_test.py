@@ -294,6 +294,7 @@ class Flash(Bench):
         self.assertEqual(self.read("readback.bin"), content)
         self.assertEqual(self.done("string", "F4-70-F5="), "0400\n")
 
+    @unittest.skipIf("BRISK_SKIP_SLOW" in os.environ, "minutes under sanitizers")
     def test_round_trip(self):
         # Another process, another device type: what was programmed is in the flash.
         for size, address in ((1, 0), (256, 0), (257, 256), (1000, 0x1F0), (513, 0xFFFF),
@@ -537,6 +538,7 @@ class Pictures(Bench):
         self.done("picture", "show", "out.bmp")
         self.assertEqual(self.snapshot(), shown)
 
+    @unittest.skipIf("BRISK_SKIP_SLOW" in os.environ, "minutes under sanitizers")
     def test_every_picture_port(self):
         self.shell("convert -size 97x81 -seed 4 plasma: -colorspace sRGB BMP3:in.bmp")
         self.shell("convert in.bmp -quality 90 jpg:in.jpg")
