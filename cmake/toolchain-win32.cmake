@@ -10,3 +10,7 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+# Doubles are doubles: the x87 unit's longer intermediate results would decide ties of the divider
+# searches differently from every other build, and a host program may have changed its precision. The
+# driver, in C, keeps out of it: kernel code may not touch these registers.
+set(CMAKE_CXX_FLAGS_INIT "-msse2 -mfpmath=sse")

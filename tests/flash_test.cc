@@ -228,19 +228,19 @@ TEST_P(FlashOnWires, ProgressIsReportedAndCanStop) {
   EXPECT_EQ(SPIProgramFromFile(0, 0x500, in.c_str(), 1), 0x500u);
 }
 
+int BRISK_CALL StopAfterSelecting(uint32_t /*done*/, uint32_t /*total*/, void* /*context*/) {
+  EXPECT_EQ(BriskSetDevice(6), 0);
+  EXPECT_EQ(SPIGetProgress(), 0u);
+  sim::bench().platform().sharedMemory.Section().bDeviceType = 6;
+  SPIStop();
+  return 0;
+}
+
 // Selecting another device inside the callback is refused, and a stop means the running transfer
 // even when another process has selected one.
 TEST_P(FlashOnWires, StopMeansTheRunningTransfer) {
   const std::string in = FileOf(RandomBytes(0x500));
-  BriskSetProgressCallback(
-      [](uint32_t, uint32_t, void*) {
-        EXPECT_EQ(BriskSetDevice(6), 0);
-        EXPECT_EQ(SPIGetProgress(), 0u);
-        bench().platform().sharedMemory.Section().bDeviceType = 6;
-        SPIStop();
-        return 0;
-      },
-      nullptr);
+  BriskSetProgressCallback(StopAfterSelecting, nullptr);
   EXPECT_EQ(SPIProgramFromFile(0, 0x500, in.c_str(), 1), 0x100u);
 }
 
@@ -262,16 +262,16 @@ TEST_P(FlashOnWires, DebugLinesOfFiles) {
   EXPECT_EQ(DebugText(), "SPIProgramToFile, adr = 10, maxsize=20, szfile=" + out + "\n");
 }
 
+int BRISK_CALL StopAt8000(uint32_t done, uint32_t /*total*/, void* percent) {
+  *static_cast<uint32_t*>(percent) = SPIGetProgress();
+  return done < 0x8000 ? 0 : 1;
+}
+
 TEST_P(FlashOnWires, LargestSizeDoesNotWrap) {
   EXPECT_EQ(SPIProgramFromFile(0, UINT32_MAX, FileOf(RandomBytes(0x280)).c_str(), 1), 0x280u);
   // Percent of a range whose hundredfold has more than 32 bits.
   uint32_t percent = 100;
-  BriskSetProgressCallback(
-      [](uint32_t done, uint32_t, void* context) {
-        *static_cast<uint32_t*>(context) = SPIGetProgress();
-        return done < 0x8000 ? 0 : 1;
-      },
-      &percent);
+  BriskSetProgressCallback(StopAt8000, &percent);
   EXPECT_EQ(SPIProgramToFile(0, UINT32_MAX, folder.File("out.bin").c_str()), 0x8000u);
   EXPECT_EQ(percent, 0u);
 }

@@ -161,6 +161,20 @@ TEST(PllNandu, KnownSettings) {
   EXPECT_NEAR((m + 1) * 27.0 / (n + 1) / ((word >> 15 & 7) + 1), 180.0, 1e-9);
 }
 
+// Candidates that are equally far off but for the rounding of double precision, which decides among
+// them. The expected words are those of the same search in Python.
+TEST(PllNandu, RoundsAsDoublesDo) {
+  constexpr struct {
+    uint32_t target, reference, word;
+  } kTies[] = {{1000, 14318, 0x138E37},  {8976, 14318, 0x138E4F},  {10970, 27000, 0x13B2A8},
+               {13961, 20000, 0x119642}, {19943, 24576, 0x1398A8}, {36892, 24576, 0x109A53}};
+  for (const auto& [target, reference, word] : kTies) {
+    const Outputs o = Nandu(target, reference);
+    EXPECT_EQ(uint32_t{o[0]} << 16 | uint32_t{o[1]} << 8 | o[2], word)
+        << target << " of " << reference;
+  }
+}
+
 struct BadCall {
   uint32_t target, reference;
   int nullOutput;  // -1 = none

@@ -17,7 +17,6 @@ static unsigned Random(void) {
 
 int main(int count, char** arguments) {
   int known[256];
-  int i;
   int wrong = 0;
   if (count != 5) return 2;
   const int text = strcmp(arguments[1], "text") == 0;
@@ -29,8 +28,8 @@ int main(int count, char** arguments) {
     puts("not connected");
     return 1;
   }
-  for (i = 0; i < 256; ++i) known[i] = -1;
-  for (i = 0; i < rounds && wrong < 10; ++i) {
+  for (int i = 0; i < 256; ++i) known[i] = -1;
+  for (int i = 0; i < rounds && wrong < 10; ++i) {
     const uint8_t address = (uint8_t)Random();
     const uint8_t value = (uint8_t)Random();
     const uint8_t other = (uint8_t)Random();
@@ -49,7 +48,7 @@ int main(int count, char** arguments) {
       ++wrong;
     }
   }
-  for (i = 0; i < 256; ++i) {
+  for (int i = 0; i < 256; ++i) {
     if (known[i] < 0) {
       printf("--");
     } else {
