@@ -5,7 +5,9 @@
 #
 # builds one GoogleTest program and runs it as one test. It links the library's objects and, by
 # PLATFORM, the simulated bench (the default), the operating system's platform, or no platform() at
-# all (the sources then bring their own); `alone` is the system's platform without the library. The label `threads` puts it into the ThreadSanitizer run.
+# all (the sources then bring their own); `alone` is the system's platform without the library's
+# objects, `library` the shipped library itself. The label `threads` puts it into the
+# ThreadSanitizer run.
 #
 #   brisk_add_fuzzer(NAME source...)
 #
@@ -67,16 +69,22 @@ function(brisk_under_wine)
 endfunction()
 
 # Registers a program as a test where this machine can run it: 64-bit Windows programs run under
-# Wine, 32-bit ones are only built.
+# Wine, 32-bit ones, each in a folder of its own, where scripts/run-win32 finds a way.
 function(brisk_register_test name)
   cmake_parse_arguments(PARSE_ARGV 1 ARG "" "TIMEOUT" "LABELS;ARGUMENTS")
-  if(WIN32 AND NOT (CMAKE_SIZEOF_VOID_P EQUAL 8 AND BRISK_WINE64))
-    return()
-  endif()
   if(NOT ARG_TIMEOUT)
     set(ARG_TIMEOUT 300)
   endif()
-  if(WIN32)
+  if(WIN32 AND CMAKE_SIZEOF_VOID_P EQUAL 4)
+    set(folder ${CMAKE_CURRENT_BINARY_DIR}/${name}.run)
+    set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${folder})
+    add_test(NAME ${name}
+      COMMAND ${PROJECT_SOURCE_DIR}/scripts/run-win32 ${folder} ${name}.exe ${ARG_ARGUMENTS})
+    set_tests_properties(${name} PROPERTIES SKIP_RETURN_CODE 77)
+  elseif(WIN32)
+    if(NOT BRISK_WINE64)
+      return()
+    endif()
     add_test(NAME ${name} COMMAND ${BRISK_WINE64} $<TARGET_FILE:${name}> ${ARG_ARGUMENTS})
     brisk_under_wine(${name})
   else()
@@ -103,7 +111,10 @@ function(brisk_add_test name)
     # GCC 12 sees overlapping and oversized copies inside the standard library that cannot happen.
     target_compile_options(${name} PRIVATE -Wno-restrict -Wno-array-bounds -Wno-stringop-overread)
   endif()
-  brisk_register_test(${name} TIMEOUT "${ARG_TIMEOUT}" LABELS ${ARG_LABELS})
+  # The 32-bit shipped library is staged with its programs: tests/win32.
+  if(NOT (WIN32 AND CMAKE_SIZEOF_VOID_P EQUAL 4 AND ARG_PLATFORM STREQUAL "library"))
+    brisk_register_test(${name} TIMEOUT "${ARG_TIMEOUT}" LABELS ${ARG_LABELS})
+  endif()
   if(ARG_PLATFORM MATCHES "system|library")
     brisk_uses_shared_section(${name})
   endif()
