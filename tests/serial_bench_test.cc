@@ -135,6 +135,29 @@ TEST_F(BridgesOnTheBench, LineFaults) {
   EXPECT_NE(DebugText().find("unplugged"), std::string::npos);
 }
 
+// Answers that come after their time-out are not taken for those of what is asked later.
+TEST_F(BridgesOnTheBench, LateAnswersAreDropped) {
+  for (const uint8_t deviceType : {uint8_t{3}, uint8_t{7}}) {
+    SCOPED_TRACE(int{deviceType});
+    Connect(deviceType);
+    for (uint8_t i = 0; i < 8; ++i) {
+      const uint8_t registers[] = {0x10, 0x20, 0x30};
+      const uint8_t values[] = {i, static_cast<uint8_t>(0xA0 + i), static_cast<uint8_t>(0x50 - i)};
+      uint8_t back = 0;
+      ASSERT_EQ(bench().SetFault("line-delay:60@1"), "");
+      I2cReadData(0xF4, registers, 1, &back, 1);
+      bench().ClearFaults();
+      bench().clock().Advance(uint64_t{100} * 1000000);
+      for (int k = 0; k < 3; ++k) {
+        SCOPED_TRACE(int{i} * 10 + k);
+        ASSERT_EQ(I2cWriteData(0xF4, &registers[k], 1, &values[k], 1), 1u);
+        ASSERT_EQ(I2cReadData(0xF4, &registers[k], 1, &back, 1), 1u);
+        ASSERT_EQ(back, values[k]);
+      }
+    }
+  }
+}
+
 // 14 bytes go over the line one after another: start and stop, three transmit frames, three
 // replies. The bus has nine clocks for each of the three bytes besides.
 TEST_F(BridgesOnTheBench, RegisterWriteTakesItsBytes) {

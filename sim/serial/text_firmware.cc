@@ -113,7 +113,8 @@ class TextFirmware final : public BridgeFirmware {
 
   void EndStream() {
     const std::lock_guard lock(board_.mutex());
-    if (held_) master_.Acknowledge(false);
+    if (!held_) master_.Read();  // while the device drives SDA there can be no STOP
+    master_.Acknowledge(false);
     master_.Stop();
     streaming_ = false;
     held_ = false;

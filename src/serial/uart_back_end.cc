@@ -192,7 +192,10 @@ bool UartBackEnd::WaitHeader(uint8_t* width) {
       *width = header[1];
       return true;
     }
-    if (watch.Exceeds(port_.ReplyTimeout())) return false;
+    if (watch.Exceeds(port_.ReplyTimeout())) {
+      port_.NoteReply(false);
+      return false;
+    }
     if (read == 0) UartPort::Yield();
   }
 }

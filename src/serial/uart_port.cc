@@ -1,5 +1,6 @@
 #include "serial/uart_port.h"
 
+#include <algorithm>
 #include <string>
 
 #include "base/debug.h"
@@ -40,6 +41,7 @@ bool UartPort::Open(uint8_t number, uint32_t bitsPerSecond) {
     return false;
   }
   port_->Configure(bitsPerSecond);
+  replyMissed_ = false;
   return true;
 }
 
@@ -51,7 +53,19 @@ int UartPort::Close() {
 }
 
 void UartPort::uart_write(const uint8_t* bytes, size_t count) {
-  if (port_ != nullptr) port_->Write(bytes, count);
+  if (port_ == nullptr) return;
+  if (replyMissed_) DropWaiting();
+  port_->Write(bytes, count);
+}
+
+// Only what is there now, so that a line that never falls silent holds nothing up.
+void UartPort::DropWaiting() {
+  uint8_t dropped[256];
+  for (size_t waiting = uart_bytes_waiting(); waiting != 0;) {
+    const size_t read = uart_read(dropped, std::min(waiting, sizeof dropped));
+    if (read == 0) return;
+    waiting -= read;
+  }
 }
 
 void UartPort::uart_write(std::string_view text) {
@@ -90,8 +104,10 @@ size_t UartPort::WaitBytes(uint8_t* buffer, size_t count) {
   const Stopwatch watch;
   for (;;) {
     const size_t came = TakeWaiting(buffer, count);
-    if (came != 0) return came;
-    if (watch.Exceeds(ReplyTimeout())) return 0;
+    if (came != 0 || watch.Exceeds(ReplyTimeout())) {
+      NoteReply(came != 0);
+      return came;
+    }
     Yield();
   }
 }
@@ -104,7 +120,10 @@ bool UartPort::WaitMarker(uint8_t marker) {
     uint8_t byte = 0;
     const bool came = TakeWaiting(&byte, 1) != 0;
     if (came && byte == marker) return true;
-    if (watch.Exceeds(ReplyTimeout())) return false;
+    if (watch.Exceeds(ReplyTimeout())) {
+      NoteReply(false);
+      return false;
+    }
     if (!came) Yield();
   }
 }

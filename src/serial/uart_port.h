@@ -11,6 +11,9 @@ namespace brisk::serial {
 
 // What both bridges share: a serial port, the rate that sets the reply time-out, and the waits.
 // While no port is open nothing is sent and nothing is waiting, so that every wait runs out.
+//
+// An answer that comes too late would be taken for the next one, and so on for good. From a wait
+// that ran out until one that did not, whatever has arrived is dropped before anything is sent.
 class UartPort {
  public:
   // `recordedRate` in bits per second, until the first connect; never 0.
@@ -42,14 +45,19 @@ class UartPort {
   size_t TakeWaiting(uint8_t* buffer, size_t count);
   // Drops bytes until `marker`, all within one reply time-out.
   bool WaitMarker(uint8_t marker);
+  // For waits of others: whether the reply came in time.
+  void NoteReply(bool inTime) { replyMissed_ = !inTime; }
 
   // What every busy poll does while nothing has arrived: gives the processor to whoever is ready
   // and comes straight back when nobody is. The shortest sleep would cost an answer a millisecond.
   static void Yield();
 
  private:
+  void DropWaiting();
+
   std::unique_ptr<SerialPort> port_;
   uint32_t recordedRate_;
+  bool replyMissed_ = false;
 };
 
 // A rate of 0 has no reply time-out and no line: false, and the debug log says so for `caller`.
