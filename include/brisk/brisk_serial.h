@@ -19,10 +19,10 @@
  *
  * An answer may take 1152000 / rate + 10 milliseconds (30 at 57600 bits per second, 20 at 115200,
  * 130 at 9600) between one awaited byte and the next; then the operation fails, except that a byte
- * of a block read whose address was acknowledged leaves its place in the buffer as it was. An answer
- * that comes later is not taken for the next one: until a wait has been answered in time again,
- * whatever has arrived is dropped before anything is sent. While no port is open, operations send
- * nothing and fail after the same time. */
+ * of a block read whose address was acknowledged leaves its place in the buffer as it was. An
+ * answer that comes later is not taken for the next one: until a wait has been answered in time
+ * again, whatever has arrived is dropped before anything is sent. While no port is open, operations
+ * send nothing and fail after the same time. */
 
 BRISK_BEGIN_DECLS
 
