@@ -1,87 +1,14 @@
-"""The brisk command from the outside: what it prints, what it leaves behind and how it ends.
-
-usage: tool_test.py BRISK [unittest arguments], BRISK being the built command.
-"""
+"""The brisk command from the outside: what it prints, what it leaves behind and how it ends."""
 
 import json
 import os
-import random
 import re
-import struct
 import subprocess
-import sys
-import tempfile
 import unittest
 
-BRISK = ""
+from tool_bench import WIRINGS, Bench, main, noise
+
 KIB = 1024
-WIRINGS = ("lpt", "lpt-b", "lpt-c")
-# A jump to itself, as Intel HEX: the bench's board only asks that some image runs.
-FIRMWARE = b":03000000020000FB\n:00000001FF\n"
-
-
-def noise(size, seed=1):
-    return random.Random(seed).randbytes(size)
-
-
-class Bench(unittest.TestCase):
-    """Runs the command on the simulated bench, in a folder of the test's own."""
-
-    def setUp(self):
-        folder = tempfile.TemporaryDirectory()
-        self.addCleanup(folder.cleanup)
-        self.folder = folder.name
-        self.sim = {"flash": "w25q16"}
-        self.write("firmware.hex", FIRMWARE)
-
-    def path(self, name):
-        return os.path.join(self.folder, name)
-
-    def write(self, name, content):
-        with open(self.path(name), "wb") as file:
-            file.write(content)
-        return name
-
-    def read(self, name):
-        with open(self.path(name), "rb") as file:
-            return file.read()
-
-    def start(self, *arguments):
-        return subprocess.run([BRISK, *arguments], cwd=self.folder, text=True, timeout=120,
-                              capture_output=True, errors="replace", check=False)
-
-    def bench(self, **keys):
-        chosen = {**self.sim, **keys}
-        return "--sim=" + ",".join(f"{k.replace('_', '-')}={v}" for k, v in chosen.items())
-
-    def run_sim(self, *arguments, **keys):
-        return self.start(self.bench(**keys), *arguments)
-
-    def done(self, *arguments, **keys):
-        result = self.run_sim(*arguments, **keys)
-        self.assertEqual(result.returncode, 0, (arguments, result.stdout, result.stderr))
-        return result.stdout
-
-    def failed(self, code, *arguments, **keys):
-        """The message of a run that must end with `code`; nothing may be on standard output."""
-        result = self.run_sim(*arguments, **keys)
-        self.assertEqual(result.returncode, code, (arguments, result.stdout, result.stderr))
-        self.assertEqual(result.stdout, "")
-        for part in ("brisk: could not ", "what came back: ", "check next: "):
-            self.assertIn(part, result.stderr)
-        return result.stderr
-
-    def json(self, code, *arguments, **keys):
-        result = self.run_sim("--json", *arguments, **keys)
-        self.assertEqual(result.returncode, code, (arguments, result.stdout, result.stderr))
-        told = json.loads(result.stdout)
-        self.assertEqual(told["exitCode"], code)
-        self.assertEqual(told["ok"], code == 0)
-        if code != 0:
-            self.assertEqual(sorted(told["error"]), ["check", "got", "tried"])
-            for text in told["error"].values():
-                self.assertTrue(text)
-        return told
 
 
 class Buses(Bench):
@@ -159,6 +86,11 @@ class Buses(Bench):
                     self.done(*command)
                     self.assertEqual(i2c_bytes(self.read("t.vcd").decode()), [[0xF4, 0x20, *data]])
         self.done("-d", "lpt", "i2c", "write", "0xF4", "0x20", *map(str, range(59)))
+
+    def test_longest_transfer_of_the_u2c_adapter(self):
+        self.done("-d", "u2c", "i2c", "read", "0xF4", "0", "-n", "256")
+        for command in (("read", "0xF4", "0", "-n", "257"), ("write", "0xF4", "0", *["1"] * 257)):
+            self.assertIn("at most 256", self.failed(2, "-d", "u2c", "i2c", *command))
 
     def test_flash_wires_behind_the_other_adapters(self):
         content = noise(600)
@@ -476,133 +408,6 @@ class Ftdi(Bench):
         self.assertEqual(self.read("out.bin"), noise(700))
 
 
-class Pictures(Bench):
-    def setUp(self):
-        super().setUp()
-        self.sim = {"memory": "frame.mem", "frame": "96x80"}
-
-    def snapshot(self, plane=1):
-        """Rows of (red, green, blue) of a 24-bit BMP."""
-        self.done("picture", "snapshot", "out.bmp", "--plane", str(plane))
-        bmp = self.read("out.bmp")
-        offset, width, height, depth = struct.unpack_from("<10xI4xII2xH", bmp)
-        self.assertEqual((bmp[:2], depth), (b"BM", 24))
-        stride = (3 * width + 3) // 4 * 4
-        rows = [bmp[offset + y * stride:][:3 * width] for y in reversed(range(height))]
-        return [list(zip(row[2::3], row[1::3], row[0::3])) for row in rows]
-
-    def shell(self, command):
-        subprocess.run(command, shell=True, check=True, cwd=self.folder, timeout=60,
-                       stdin=subprocess.DEVNULL)
-
-    def other_decoder(self, jpeg):
-        self.shell(f"djpeg -dct int -nosmooth {jpeg} > reference.ppm")
-        _, size, _, pixels = self.read("reference.ppm").split(b"\n", 3)
-        width, height = map(int, size.split())
-        pixel = [tuple(pixels[i:i + 3]) for i in range(0, 3 * width * height, 3)]
-        return [pixel[y * width:(y + 1) * width] for y in range(height)]
-
-    def compare(self, shown, expected, largest, mean):
-        """Where the picture is; the frame may be smaller or larger."""
-        differences = [abs(a - b) for row, other in zip(shown, expected)
-                       for pixel, wanted in zip(row, other) for a, b in zip(pixel, wanted)]
-        self.assertLessEqual(max(differences), largest)
-        self.assertLessEqual(sum(differences) / len(differences), mean)
-
-    def test_photos_arrive_as_another_decoder_sees_them(self):
-        # The library's decoder truncates where the other one rounds.
-        self.done("i2c", "write", "0xF4", "0x66", "0x00")  # 24-bit pixels
-        self.shell("convert -size 200x150 -seed 1 plasma:red-blue photo.ppm")
-        for size, options in (("96x80", "-sample 1x1"), ("95x79", "-sample 2x1"),
-                              ("61x47", "-sample 2x2 -restart 1"), ("33x80", "-sample 2x1 -restart 2B"),
-                              ("130x100", "-sample 2x2")):
-            with self.subTest(size=size, options=options):
-                self.shell(f"convert photo.ppm -crop {size}+7+5 +repage ppm:- | "
-                           f"cjpeg -quality 90 {options} > photo.jpg")
-                self.done("picture", "show", "photo.jpg")
-                self.compare(self.snapshot(), self.other_decoder("photo.jpg"), 4, 1.6)
-
-    def test_bitmap_comes_back_unchanged(self):
-        self.done("i2c", "write", "0xF4", "0x66", "0x00")
-        self.shell("convert -size 96x80 -seed 2 plasma: BMP3:in.bmp")
-        self.done("picture", "show", "in.bmp")
-        shown = self.snapshot()
-        self.shell("convert in.bmp in.rgb")
-        pixels = self.read("in.rgb")
-        self.compare(shown, [[tuple(pixels[3 * (96 * y + x):][:3]) for x in range(96)]
-                             for y in range(80)], 0, 0)
-        # An image viewer reads the snapshot as we do, and it can be shown again.
-        self.shell("convert out.bmp out.rgb")
-        self.assertEqual(self.read("out.rgb"), pixels)
-        self.done("picture", "fill", "0")
-        self.done("picture", "show", "out.bmp")
-        self.assertEqual(self.snapshot(), shown)
-
-    @unittest.skipIf("BRISK_SKIP_SLOW" in os.environ, "minutes under sanitizers")
-    def test_every_picture_port(self):
-        self.shell("convert -size 97x81 -seed 4 plasma: -colorspace sRGB BMP3:in.bmp")
-        self.shell("convert in.bmp -quality 90 jpg:in.jpg")
-        modes = (("0x66", "0x08", "0x02", "0x00"), ("0x66", "0x08", "0x02", "0x02"),  # 16 bits
-                 ("0x66", "0x00", "0x02", "0x00"), ("0x66", "0x00", "0x02", "0x02"))  # YCbCr: 0x02
-        for depth, bits, colours, kind in modes:
-            shown = {}
-            for device in (*WIRINGS, "u2c"):
-                self.sim["memory"] = f"{device}.mem"
-                self.done("i2c", "write", "0xF4", depth, bits)
-                self.done("i2c", "write", "0xF4", colours, kind)
-                self.done("-d", device, "picture", "show", "in.jpg")
-                first = self.snapshot()
-                self.done("-d", device, "picture", "show", "in.bmp")
-                self.done("-d", device, "picture", "pattern", "16", "8")
-                shown[device] = (first, self.snapshot())
-            for device, pictures in shown.items():
-                with self.subTest(device=device, bits=bits, kind=kind):
-                    self.assertEqual(pictures, shown["lpt"])
-            self.assertGreater(len({p for row in shown["u2c"][0] for p in row}), 100)
-
-    def test_second_plane(self):
-        self.shell("convert -size 96x80 xc:#F8FCF8 BMP3:white.bmp")
-        self.done("picture", "show", "white.bmp", "--plane", "2")
-        self.assertEqual({p for row in self.snapshot(2) for p in row}, {(255, 255, 255)})
-        self.assertEqual({p for row in self.snapshot(1) for p in row}, {(0, 0, 0)})
-
-    def test_fill_pattern_and_copy(self):
-        self.done("picture", "fill", "#FF0000")
-        self.assertEqual({p for row in self.snapshot() for p in row}, {(255, 0, 0)})
-        self.done("picture", "pattern", "16", "8")
-        drawn = self.snapshot()
-        self.assertGreater(len({p for row in drawn[8:24] for p in row[16:32]}), 1)
-        self.done("picture", "copy", "16", "8", "48", "40", "16", "16")
-        copied = self.snapshot()
-        self.assertEqual([row[48:64] for row in copied[40:56]], [row[16:32] for row in drawn[8:24]])
-        self.assertEqual(copied[:40], drawn[:40])
-
-    def test_clipping_is_told(self):
-        self.shell("convert -size 100x90 xc:blue jpg:blue.png")  # the content counts
-        result = self.run_sim("picture", "show", "blue.png")
-        self.assertEqual(result.returncode, 0, result.stderr)
-        self.assertIn("4 columns at the right and 10 rows at the bottom", result.stderr)
-        self.assertIn("JPEG", result.stdout)
-
-    def test_snapshot_needs_a_memory(self):
-        self.assertIn("memory=FILE", self.start("--sim", "picture", "snapshot", "a.bmp").stderr)
-        result = self.start("picture", "snapshot", "a.bmp")
-        self.assertEqual(result.returncode, 2)
-        self.assertIn("--sim", result.stderr)
-        self.assertFalse(os.path.exists(self.path("a.bmp")))
-        self.assertIn("cannot be written", self.failed(1, "picture", "snapshot", "no/a.bmp"))
-
-    def test_memory_file(self):
-        self.done("i2c", "write", "0xF4", "0x80", "0x5A")
-        self.sim = {"memory": "frame.mem"}
-        self.assertEqual(self.done("string", "F4-80-F5-"), "5A\n")
-        self.assertEqual(self.done("string", "F4-70-F5="), "0060\n")
-        self.assertEqual(self.done("string", "F4-70-F5=", frame="640x480"), "0280\n")
-        self.write("other", b"not one")
-        self.failed(2, "i2c", "scan", memory="other")
-        self.assertEqual(self.read("other"), b"not one")
-
-
 class Words(Bench):
     def test_did_you_mean(self):
         for arguments, meant in (
@@ -689,5 +494,4 @@ class Words(Bench):
 
 
 if __name__ == "__main__":
-    BRISK = os.path.abspath(sys.argv.pop(1))
-    unittest.main()
+    main()

@@ -88,6 +88,15 @@ bool Answers(Session& session, uint8_t address) {
   return session.api().I2cLib_Write(0, address, &none, 0, &none, 0) != 0;
 }
 
+std::optional<Failure> RefuseTooMany(const DeviceType& device, const std::string& what,
+                                     size_t bytes) {
+  if (bytes <= device.mostBytes) return {};
+  return UsageFailure(what,
+                      "the " + std::string(device.text) + " moves at most " +
+                          std::to_string(device.mostBytes) + " bytes at a time",
+                      "split it into several transfers");
+}
+
 Outcome Read(Session& session, const TransferArguments& arguments) {
   uint8_t address = 0;
   if (std::optional<Failure> failure =
@@ -97,6 +106,10 @@ Outcome Read(Session& session, const TransferArguments& arguments) {
   if (arguments.count == 0) {
     return UsageFailure("read " + Place(arguments, address, arguments.reg), "0 bytes are asked for",
                         "give --count from 1 on");
+  }
+  if (std::optional<Failure> failure = RefuseTooMany(
+          session.device(), "read " + Place(arguments, address, arguments.reg), arguments.count)) {
+    return *failure;
   }
   if (std::optional<Failure> failure = session.Ready(kI2c)) return *failure;
   std::vector<uint8_t> bytes(arguments.count);
@@ -134,6 +147,10 @@ Outcome Write(Session& session, const TransferArguments& arguments) {
   }
   const std::vector<uint8_t> command = RegisterBytes(arguments.reg, arguments.registerBytes);
   const std::string place = Place(arguments, address, arguments.reg);
+  if (std::optional<Failure> failure =
+          RefuseTooMany(session.device(), "write to " + place, arguments.bytes.size())) {
+    return *failure;
+  }
   if (std::optional<Failure> failure =
           RefuseStrayLength(session.device(), place, command.size() + arguments.bytes.size())) {
     return *failure;

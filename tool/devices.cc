@@ -22,6 +22,7 @@ constexpr std::array kDevices = {
                .adapter = "u2c",
                .text = "USB-to-I2C/SPI adapter",
                .abilities = kPort,
+               .mostBytes = 256,
                .longestTransfer = 4096,
                .byteErases = ByteErases::kChip},
     DeviceType{.number = BRISK_DEVICE_DEBUG_BOARD,

@@ -39,13 +39,14 @@ struct DeviceType {
   const char* text;
   unsigned abilities;
   Probe probe = Probe::kAddress;
-  bool serial = false;           // connected by port number and rate
-  uint8_t simulatedPort = 0;     // where the simulated bench plugs it in
-  bool acknowledges = true;      // a missing acknowledge shows in the results
-  bool readsBlocks = true;       // else one register is read at a time
-  bool erasesOnProgram = false;  // programming a file always erases the whole chip first
-  bool packetsStray = false;     // block writes of some lengths send more than was asked for
-  bool alignsPages = false;      // the adapter itself splits at the flash's page boundaries
+  bool serial = false;              // connected by port number and rate
+  uint8_t simulatedPort = 0;        // where the simulated bench plugs it in
+  bool acknowledges = true;         // a missing acknowledge shows in the results
+  bool readsBlocks = true;          // else one register is read at a time
+  bool erasesOnProgram = false;     // programming a file always erases the whole chip first
+  bool packetsStray = false;        // block writes of some lengths send more than was asked for
+  bool alignsPages = false;         // the adapter itself splits at the flash's page boundaries
+  uint32_t mostBytes = UINT32_MAX;  // data bytes of one I2C transaction
   // Bytes for each call where a running one cannot be stopped; 0: any.
   uint32_t longestTransfer = 0;
   ByteErases byteErases = ByteErases::kSector;

@@ -5,11 +5,13 @@
 #include "brisk/brisk_types.h"
 
 #include "base/debug.h"
+#include "base/vendor_library.h"
 #include "platform/platform.h"
 
 namespace brisk::ftdi {
 namespace {
 
+constexpr const char* kLibraryName = "FTD2XX";
 constexpr uint32_t kOpenByLocation = 4;
 constexpr bool kHandlesFit = sizeof(void*) == sizeof(uint32_t);
 
@@ -43,7 +45,7 @@ constinit const std::array<D2xx::Symbol, D2xx::kFunctionCount> D2xx::kSymbols = 
 bool D2xx::Load() {
   if (library_ != nullptr) return true;
   std::string whyNot;
-  std::unique_ptr<DynamicLibrary> library = platform().libraries.Load("FTD2XX", &whyNot);
+  std::unique_ptr<DynamicLibrary> library = platform().libraries.Load(kLibraryName, &whyNot);
   if (library == nullptr) {
     debugLog.Print(0, "FTDI: no D2XX library: %s\n", whyNot.c_str());
     return false;
@@ -56,12 +58,8 @@ bool D2xx::Load() {
 bool D2xx::Bind(DynamicLibrary& library) {
   std::array<void*, kFunctionCount> functions{};
   for (size_t i = 0; i < kFunctionCount; ++i) {
-    functions[i] = library.Symbol(kSymbols[i].name, kSymbols[i].ordinal);
-    if (functions[i] == nullptr) {
-      debugLog.Print(0, "FTDI: the D2XX library lacks %s (ordinal %u)\n", kSymbols[i].name,
-                     static_cast<unsigned>(kSymbols[i].ordinal));
-      return false;
-    }
+    const auto& [name, ordinal] = kSymbols[i];
+    if (!BindFunction(library, kLibraryName, name, &functions[i], ordinal)) return false;
   }
   functions_ = functions;
   return true;

@@ -3,12 +3,11 @@
 #include <limits>
 #include <vector>
 
+#include "i2c/bus.h"
 #include "platform/library_thread.h"
 
 namespace brisk::ftdi {
 namespace {
-
-bool Missing(const void* buffer, uint32_t length) { return buffer == nullptr && length != 0; }
 
 // The address byte, the register bytes and the data in one run; empty when too long to be counted.
 std::vector<uint8_t> Join(uint8_t device, const uint8_t* command, uint32_t commandLength,
@@ -40,14 +39,14 @@ void FtdiBackEnd::ProcessDetach() {
 
 uint32_t FtdiBackEnd::I2cWriteData(uint8_t device, const uint8_t* command, uint32_t commandLength,
                                    const uint8_t* data, uint32_t dataLength) {
-  if (Missing(command, commandLength) || Missing(data, dataLength)) return 0;
+  if (i2c::Missing(command, commandLength) || i2c::Missing(data, dataLength)) return 0;
   const std::vector<uint8_t> bytes = Join(device, command, commandLength, data, dataLength);
   return !bytes.empty() && boards_.WriteDeferred(bytes) ? 1 : 0;
 }
 
 uint32_t FtdiBackEnd::I2cReadData(uint8_t device, const uint8_t* command, uint32_t commandLength,
                                   uint8_t* data, uint32_t dataLength) {
-  if (Missing(command, commandLength) || Missing(data, dataLength)) return 0;
+  if (i2c::Missing(command, commandLength) || i2c::Missing(data, dataLength)) return 0;
   std::vector<uint8_t> control = Join(device, command, commandLength, nullptr, 0);
   return !control.empty() && boards_.Read(control, data, dataLength) ? 1 : 0;
 }

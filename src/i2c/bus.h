@@ -17,6 +17,11 @@ class Bus {
   virtual uint32_t I2c_Rx(uint32_t* data, uint32_t last) = 0;
 };
 
+// A null buffer that should hold bytes, or receive them.
+inline bool Missing(const void* buffer, uint32_t length) {
+  return buffer == nullptr && length != 0;
+}
+
 // A 16-bit address whose top five bits are 11110 is a 10-bit address in two-byte form.
 constexpr bool IsTenBitAddress(uint16_t address) { return address >> 11 == 0x1E; }
 

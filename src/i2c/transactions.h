@@ -10,10 +10,6 @@ namespace brisk::i2c {
 // every transaction ends with a stop condition, except WriteHead. A null buffer that should hold
 // bytes, or receive them, fails before anything is sent.
 
-inline bool Missing(const void* buffer, uint32_t length) {
-  return buffer == nullptr && length != 0;
-}
-
 uint32_t Write(Bus& bus, uint8_t byte);
 uint32_t Read(Bus& bus, uint8_t* data, uint32_t last);
 uint32_t WriteHead(Bus& bus, uint8_t device, uint8_t subAddress);

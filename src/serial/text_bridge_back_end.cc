@@ -16,8 +16,6 @@ constexpr std::string_view kAnswerTaken = "1\n";
 
 constexpr char kDigits[] = "0123456789ABCDEF";
 
-bool Missing(const void* buffer, uint32_t length) { return buffer == nullptr && length != 0; }
-
 constexpr uint8_t Decode(uint8_t high, uint8_t low) {
   return static_cast<uint8_t>((high - '0') * 16 + ((low - '0') & 0x0F));
 }
@@ -94,7 +92,7 @@ uint8_t TextBridgeBackEnd::ReadStatus() {
 uint8_t TextBridgeBackEnd::I2cLib_Write(uint8_t /*channel*/, uint16_t address, const uint8_t* first,
                                         uint32_t firstLength, const uint8_t* second,
                                         uint32_t secondLength) {
-  if (Missing(first, firstLength) || Missing(second, secondLength)) return 0;
+  if (i2c::Missing(first, firstLength) || i2c::Missing(second, secondLength)) return 0;
   SendAddress(address, 0);
   SendBytes(first, firstLength);
   SendBytes(second, secondLength);
@@ -104,7 +102,7 @@ uint8_t TextBridgeBackEnd::I2cLib_Write(uint8_t /*channel*/, uint16_t address, c
 
 uint8_t TextBridgeBackEnd::I2cLib_Read(uint8_t /*channel*/, uint16_t address, uint8_t* data,
                                        uint32_t length) {
-  if (Missing(data, length)) return 0;
+  if (i2c::Missing(data, length)) return 0;
   SendAddress(address, 1);
   SendText(kLineEnd);
   const uint8_t status = ReadStatus();
@@ -120,7 +118,7 @@ uint8_t TextBridgeBackEnd::I2cLib_Read(uint8_t /*channel*/, uint16_t address, ui
 uint8_t TextBridgeBackEnd::I2cLib_WriteRead(uint8_t channel, uint16_t address, const uint8_t* write,
                                             uint32_t writeLength, uint8_t* read,
                                             uint32_t readLength) {
-  if (Missing(write, writeLength) || Missing(read, readLength)) return 0;
+  if (i2c::Missing(write, writeLength) || i2c::Missing(read, readLength)) return 0;
   SendAddress(address, 0);
   SendBytes(write, writeLength);
   // A 7-bit read goes on in the same line; a 10-bit one is a line of its own.

@@ -29,8 +29,6 @@ constexpr std::array<uint8_t, 2> kWriteCodes = {0xE1, 0xE2};  // 1 byte, 2 bytes
 
 constexpr uint32_t kFailed = 1;
 
-bool Missing(const void* buffer, uint32_t length) { return buffer == nullptr && length != 0; }
-
 // Letters count on from 10 to the end of the alphabet, anything else is 0.
 constexpr unsigned DigitValue(char c) {
   if (c >= '0' && c <= '9') return static_cast<unsigned>(c - '0');
@@ -134,7 +132,7 @@ bool UartBackEnd::SendAll(const uint8_t* bytes, uint32_t length) {
 uint8_t UartBackEnd::I2cLib_Write(uint8_t /*channel*/, uint16_t address, const uint8_t* first,
                                   uint32_t firstLength, const uint8_t* second,
                                   uint32_t secondLength) {
-  if (Missing(first, firstLength) || Missing(second, secondLength)) return 0;
+  if (i2c::Missing(first, firstLength) || i2c::Missing(second, secondLength)) return 0;
   I2c_Start();
   const bool ok =
       SendAddress(address, 0) && SendAll(first, firstLength) && SendAll(second, secondLength);
@@ -146,7 +144,7 @@ uint8_t UartBackEnd::I2cLib_Write(uint8_t /*channel*/, uint16_t address, const u
 // in the buffer as it was.
 uint8_t UartBackEnd::I2cLib_Read(uint8_t /*channel*/, uint16_t address, uint8_t* data,
                                  uint32_t length) {
-  if (Missing(data, length)) return 0;
+  if (i2c::Missing(data, length)) return 0;
   I2c_RStart();
   const bool ok = SendAddress(address, 1);
   for (uint32_t i = 0; ok && i < length; ++i) I2cRead(data + i, 1);
@@ -156,7 +154,7 @@ uint8_t UartBackEnd::I2cLib_Read(uint8_t /*channel*/, uint16_t address, uint8_t*
 
 uint8_t UartBackEnd::I2cLib_WriteRead(uint8_t channel, uint16_t address, const uint8_t* write,
                                       uint32_t writeLength, uint8_t* read, uint32_t readLength) {
-  if (Missing(write, writeLength) || Missing(read, readLength)) return 0;
+  if (i2c::Missing(write, writeLength) || i2c::Missing(read, readLength)) return 0;
   I2c_Start();
   // No stop frame on this way out: the next start frame ends the transaction on the bus.
   if (!SendAddress(address, 0) || !SendAll(write, writeLength)) return 0;

@@ -3,19 +3,10 @@
 #include <string>
 
 #include "base/debug.h"
+#include "base/vendor_library.h"
 #include "platform/platform.h"
 
 namespace brisk::u2c {
-namespace {
-
-template <typename Function>
-void Bind(DynamicLibrary* library, const char* libraryName, const char* name, Function& function) {
-  if (library == nullptr) return;
-  function = reinterpret_cast<Function>(library->Symbol(name, 0));
-  if (function == nullptr) debugLog.Print(0, "%s lacks %s\n", libraryName, name);
-}
-
-}  // namespace
 
 std::unique_ptr<DynamicLibrary> U2cLibrary::LoadOne(const char* name) {
   std::string whyNot;
@@ -28,9 +19,10 @@ void U2cLibrary::Load() {
   if (loaded_) return;
   loaded_ = true;
   common_ = LoadOne("U2CCommon");
-  Bind(common_.get(), "U2CCommon", "OpenU2C", f_.OpenU2C);
+  if (common_ != nullptr) BindFunction(*common_, "U2CCommon", "OpenU2C", &f_.OpenU2C);
   bridge_ = LoadOne("i2cbrdg");
-#define BRISK_BIND(name) Bind(bridge_.get(), "i2cbrdg", #name, f_.name)
+  if (bridge_ == nullptr) return;
+#define BRISK_BIND(name) BindFunction(*bridge_, "i2cbrdg", #name, &f_.name)
   BRISK_BIND(U2C_SetIoDirection);
   BRISK_BIND(U2C_IoWrite);
   BRISK_BIND(U2C_Start);

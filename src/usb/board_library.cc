@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "base/vendor_library.h"
 #include "platform/platform.h"
 
 namespace brisk::usb {
@@ -12,9 +13,8 @@ constexpr const char* kPipeOut = "PIPE00";
 constexpr const char* kPipeIn = "PIPE01";
 
 template <typename Function>
-void Bind(DynamicLibrary& library, const char* name, Function* function) {
-  // NOLINTNEXTLINE(cppcoreguidelines-pro-type-reinterpret-cast)
-  *function = reinterpret_cast<Function>(library.Symbol(name, 0));
+bool Bind(DynamicLibrary& library, const char* name, Function* function) {
+  return BindFunction(library, kLibraryName, name, function);
 }
 
 // No board: every bit of the handle is set.
@@ -26,12 +26,10 @@ bool BoardLibrary::Load() {
   std::string whyNot;
   library_ = platform().libraries.Load(kLibraryName, &whyNot);
   if (library_ == nullptr) return false;
-  Bind(*library_, "W6563_OpenDev", &openDev_);
-  Bind(*library_, "W6563_OpenPipe", &openPipe_);
-  Bind(*library_, "W6563_BulkWrite", &bulkWrite_);
-  Bind(*library_, "W6563_BulkRead", &bulkRead_);
-  const bool complete =
-      openDev_ != nullptr && openPipe_ != nullptr && bulkWrite_ != nullptr && bulkRead_ != nullptr;
+  const bool complete = Bind(*library_, "W6563_OpenDev", &openDev_) &&
+                        Bind(*library_, "W6563_OpenPipe", &openPipe_) &&
+                        Bind(*library_, "W6563_BulkWrite", &bulkWrite_) &&
+                        Bind(*library_, "W6563_BulkRead", &bulkRead_);
   if (!complete) library_.reset();
   return complete;
 }
@@ -57,8 +55,7 @@ void BoardLibrary::CloseHandle(void*& handle) {
   if (handle == nullptr) return;
   if (!library_->CloseSystemHandle(handle)) {
     Close close = nullptr;
-    Bind(*library_, "W6563_CloseHandle", &close);
-    if (close != nullptr) close(handle);
+    if (Bind(*library_, "W6563_CloseHandle", &close)) close(handle);
   }
   handle = nullptr;
 }

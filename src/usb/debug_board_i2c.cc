@@ -10,8 +10,6 @@ constexpr uint32_t kMaxWriteCommand = 60;  // with start and address they fill t
 constexpr uint32_t kMaxReadCommand = 58;   // the repeated start, address and end come behind
 constexpr uint8_t kReadFlag = 1;
 
-bool Missing(const void* buffer, uint32_t length) { return buffer == nullptr && length != 0; }
-
 // A packet being filled with opcodes.
 class Script {
  public:
@@ -106,7 +104,7 @@ uint32_t DebugBoardBackEnd::I2cWriteData(uint8_t device, const uint8_t* command,
                                          uint32_t commandLength, const uint8_t* data,
                                          uint32_t dataLength) {
   if (!library_.ready() || commandLength > kMaxWriteCommand) return 0;
-  if (Missing(command, commandLength) || Missing(data, dataLength)) return 0;
+  if (i2c::Missing(command, commandLength) || i2c::Missing(data, dataLength)) return 0;
   Script script(Direction::kToBoard);
   script.Add(script::kStart);
   script.Add(script::kSend, device);
@@ -132,7 +130,7 @@ uint32_t DebugBoardBackEnd::I2cReadData(uint8_t device, const uint8_t* command,
                                         uint32_t commandLength, uint8_t* data,
                                         uint32_t dataLength) {
   if (!library_.ready() || commandLength > kMaxReadCommand) return 0;
-  if (Missing(command, commandLength) || Missing(data, dataLength)) return 0;
+  if (i2c::Missing(command, commandLength) || i2c::Missing(data, dataLength)) return 0;
   Script script(Direction::kToBoard);
   if (commandLength != 0) {
     script.Add(script::kStart);
@@ -199,7 +197,7 @@ bool DebugBoardBackEnd::SendAddress(uint16_t address, uint8_t readFlag) {
 uint8_t DebugBoardBackEnd::I2cLib_Write(uint8_t /*channel*/, uint16_t address, const uint8_t* first,
                                         uint32_t firstLength, const uint8_t* second,
                                         uint32_t secondLength) {
-  if (Missing(first, firstLength) || Missing(second, secondLength)) return 0;
+  if (i2c::Missing(first, firstLength) || i2c::Missing(second, secondLength)) return 0;
   I2c_Start();
   const bool ok =
       SendAddress(address, 0) && SendAll({first, firstLength}) && SendAll({second, secondLength});
@@ -211,7 +209,7 @@ uint8_t DebugBoardBackEnd::I2cLib_Write(uint8_t /*channel*/, uint16_t address, c
 // that the family is made for. The results of the reads do not count.
 uint8_t DebugBoardBackEnd::I2cLib_Read(uint8_t /*channel*/, uint16_t address, uint8_t* data,
                                        uint32_t length) {
-  if (Missing(data, length)) return 0;
+  if (i2c::Missing(data, length)) return 0;
   I2c_RStart();
   const bool ok = SendAddress(address, kReadFlag);
   for (uint32_t i = 0; ok && i < length; ++i) I2cRead(data + i, 1);
@@ -223,7 +221,7 @@ uint8_t DebugBoardBackEnd::I2cLib_Read(uint8_t /*channel*/, uint16_t address, ui
 uint8_t DebugBoardBackEnd::I2cLib_WriteRead(uint8_t channel, uint16_t address, const uint8_t* write,
                                             uint32_t writeLength, uint8_t* read,
                                             uint32_t readLength) {
-  if (Missing(write, writeLength) || Missing(read, readLength)) return 0;
+  if (i2c::Missing(write, writeLength) || i2c::Missing(read, readLength)) return 0;
   I2c_Start();
   if (!SendAddress(address, 0) || !SendAll({write, writeLength})) return 0;
   return I2cLib_Read(channel, address, read, readLength);

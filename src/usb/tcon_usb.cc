@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "base/debug.h"
+#include "i2c/bus.h"
 #include "platform/platform.h"
 
 namespace brisk::usb {
@@ -50,8 +51,6 @@ bool InPackets(const PacketRequests& requests, size_t total, Transfer transfer) 
   }
   return true;
 }
-
-bool Missing(const void* buffer, uint32_t length) { return buffer == nullptr && length != 0; }
 
 std::string ReadText(File& file) {
   std::string text;
@@ -158,7 +157,7 @@ uint32_t TconUsbBackEnd::I2cReadByte(uint8_t device, uint8_t subAddress, uint8_t
 uint32_t TconUsbBackEnd::I2cWriteData(uint8_t device, const uint8_t* command,
                                       uint32_t commandLength, const uint8_t* data,
                                       uint32_t dataLength) {
-  if (Missing(command, commandLength) || Missing(data, dataLength)) return 0;
+  if (i2c::Missing(command, commandLength) || i2c::Missing(data, dataLength)) return 0;
   const std::lock_guard lock(mutex_);
   ConnectWhenNeeded();
   std::vector<uint8_t> bytes(command, command + commandLength);
@@ -173,7 +172,7 @@ uint32_t TconUsbBackEnd::I2cWriteData(uint8_t device, const uint8_t* command,
 
 uint32_t TconUsbBackEnd::I2cReadData(uint8_t device, const uint8_t* command, uint32_t commandLength,
                                      uint8_t* data, uint32_t dataLength) {
-  if (Missing(command, commandLength) || Missing(data, dataLength)) return 0;
+  if (i2c::Missing(command, commandLength) || i2c::Missing(data, dataLength)) return 0;
   const std::lock_guard lock(mutex_);
   ConnectWhenNeeded();
   const std::span<const uint8_t> sent(command, commandLength);

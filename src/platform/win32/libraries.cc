@@ -8,20 +8,14 @@ namespace {
 
 class LoadedLibrary final : public DynamicLibrary {
  public:
-  LoadedLibrary(HMODULE module, std::string path) : module_(module), path_(std::move(path)) {}
+  explicit LoadedLibrary(HMODULE module) : module_(module) {}
   LoadedLibrary(const LoadedLibrary&) = delete;
   LoadedLibrary& operator=(const LoadedLibrary&) = delete;
   ~LoadedLibrary() override { FreeLibrary(module_); }
 
   void* Symbol(const char* name, uint16_t ordinal) override {
     const char* wanted = ordinal != 0 ? MAKEINTRESOURCEA(ordinal) : name;
-    void* const symbol = reinterpret_cast<void*>(GetProcAddress(module_, wanted));
-    if (symbol == nullptr) {
-      std::string line = "brisk-- " + path_ + " lacks " + name;
-      if (ordinal != 0) line += " (ordinal " + std::to_string(ordinal) + ")";
-      DebuggerOutput().Write((line + "\n").c_str());
-    }
-    return symbol;
+    return reinterpret_cast<void*>(GetProcAddress(module_, wanted));
   }
   bool CloseSystemHandle(void* handle) override {
     CloseHandle(handle);
@@ -30,7 +24,6 @@ class LoadedLibrary final : public DynamicLibrary {
 
  private:
   HMODULE module_;
-  std::string path_;
 };
 
 class WindowsLibraries final : public Libraries {
@@ -43,7 +36,7 @@ class WindowsLibraries final : public Libraries {
     for (const std::string& folder : {OwnFolder(), SystemFolder()}) {
       const std::string path = folder + "\\" + file;
       if (HMODULE module = LoadLibraryExA(path.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH)) {
-        return std::make_unique<LoadedLibrary>(module, path);
+        return std::make_unique<LoadedLibrary>(module);
       }
       reasons += (reasons.empty() ? "" : "; ") + path + ": " + ErrorText(GetLastError());
     }
