@@ -15,7 +15,8 @@
  * the same device type.
  *
  * Port n is COMn on Windows; on Linux /dev/COMn when that exists, else /dev/ttyS(n-1). It is opened
- * for exclusive use with 8 data bits, no parity, one stop bit.
+ * for exclusive use with 8 data bits, no parity, one stop bit. On Windows everything else stays as
+ * the port has been set: with XON/XOFF flow control on, the data bytes 0x11 and 0x13 stop the line.
  *
  * An answer may take 1152000 / rate + 10 milliseconds (30 at 57600 bits per second, 20 at 115200,
  * 130 at 9600) between one awaited byte and the next; then the operation fails, except that a byte
