@@ -65,6 +65,49 @@ TEST(DevicesTest, MissingDevicesAndClasses) {
   }
 }
 
+// The pipe file system keeps a request for a free pipe pending until there is one.
+TEST(DevicesTest, OverlappedRequestsEndWhenDoneOrCancelled) {
+  constexpr uint32_t kPipeWait = 0x00110018;
+  struct {
+    LARGE_INTEGER timeout;
+    ULONG nameLength;
+    BOOLEAN timeoutSpecified;
+    WCHAR name[10];
+  } wanted = {
+      {.QuadPart = -10'000'000}, 20, TRUE, {'b', 'r', 'i', 's', 'k', '-', 't', 'e', 's', 't'}};
+  const auto createPipe = [] {
+    return CreateNamedPipeA("\\\\.\\pipe\\brisk-test", PIPE_ACCESS_DUPLEX, 0, 2, 64, 64, 0,
+                            nullptr);
+  };
+  HANDLE pipe = createPipe();
+  ASSERT_NE(pipe, INVALID_HANDLE_VALUE);
+  HANDLE client = CreateFileA("\\\\.\\pipe\\brisk-test", GENERIC_READ | GENERIC_WRITE, 0, nullptr,
+                              OPEN_EXISTING, 0, nullptr);
+  ASSERT_NE(client, INVALID_HANDLE_VALUE);
+  const auto pipes = platform().devices.Open(
+      "\\\\.\\pipe\\", {.write = false, .shareRead = true, .shareWrite = true, .overlapped = true});
+  ASSERT_NE(pipes, nullptr);
+  const auto begin = [&] { return pipes->Begin(kPipeWait, &wanted, sizeof wanted, nullptr, 0); };
+
+  auto abandoned = begin();
+  EXPECT_EQ(abandoned->StartError(), kErrorIoPending);
+  EXPECT_FALSE(abandoned->Wait(20));
+  EXPECT_FALSE(abandoned->Result(nullptr));
+  const DWORD start = GetTickCount();
+  abandoned.reset();
+  EXPECT_LT(GetTickCount() - start, 10000u);  // cancelled, or over after its second
+
+  wanted.timeout.QuadPart = -600'000'000;
+  const auto request = begin();
+  EXPECT_EQ(request->StartError(), kErrorIoPending);
+  HANDLE second = createPipe();
+  EXPECT_TRUE(request->Wait(10000));
+  EXPECT_TRUE(request->Result(nullptr));
+  for (HANDLE handle : {pipe, client, second}) CloseHandle(handle);
+
+  EXPECT_FALSE(pipes->Control(kPipeWait, &wanted, 1, nullptr, 0, nullptr));
+}
+
 TEST(MessageQueueTest, EscapeAndLeftClickStop) {
   const struct {
     UINT message;
