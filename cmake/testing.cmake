@@ -104,6 +104,7 @@ function(brisk_add_test name)
   brisk_platform_libraries(platformLibraries ${ARG_PLATFORM})
   add_executable(${name} ${ARG_UNPARSED_ARGUMENTS})
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
+  target_compile_options(${name} PRIVATE ${BRISK_QUICK_COMPILE})
   target_link_libraries(${name} PRIVATE
     ${platformLibraries} ${ARG_LIBRARIES} brisk_warnings GTest::gtest_main)
   if(WIN32)
