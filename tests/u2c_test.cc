@@ -518,8 +518,14 @@ TEST_F(U2cCalls, ErasesYield) {
   EXPECT_EQ(spent([] { SPIWriteByte(0, 0); }), 2 * kWait + sim::VirtualClock::kYieldNs);
 }
 
-int BRISK_CALL NoteProgress(uint32_t /*done*/, uint32_t /*total*/, void* percents) {
-  static_cast<std::vector<uint32_t>*>(percents)->push_back(SPIGetProgress());
+struct Noted {
+  std::vector<uint32_t> percents;
+  std::vector<uint32_t> done;
+};
+
+int BRISK_CALL NoteProgress(uint32_t done, uint32_t /*total*/, void* noted) {
+  static_cast<Noted*>(noted)->percents.push_back(SPIGetProgress());
+  static_cast<Noted*>(noted)->done.push_back(done);
   return 0;
 }
 
@@ -527,8 +533,8 @@ TEST_F(U2cCalls, FlashFiles) {
   const std::vector<uint8_t> bytes = RandomBytes(0x180);
   const std::string in = folder.File("in.bin");
   WriteFile(in, bytes);
-  std::vector<uint32_t> percents;
-  BriskSetProgressCallback(NoteProgress, &percents);
+  Noted noted;
+  BriskSetProgressCallback(NoteProgress, &noted);
   ClearDebugText();
 
   // Three whole pages; what the file does not fill is sent as 0xFF.
@@ -543,25 +549,27 @@ TEST_F(U2cCalls, FlashFiles) {
   }
   EXPECT_EQ(SPIProgramFromFile(0x1080, 0x300, in.c_str(), 0), 0x300u);
   EXPECT_EQ(Take(), expected);
-  EXPECT_EQ(percents, (std::vector<uint32_t>{0, 33, 66}));
+  EXPECT_EQ(noted.percents, (std::vector<uint32_t>{0, 33, 66}));
   EXPECT_EQ(SPIGetProgress(), 100u);
   I2cSetClockRate(100);  // prepares the flash, too
   EXPECT_EQ(SPIGetProgress(), 0u);
 
   EXPECT_EQ(SPIProgramFromFile(0, 1, in.c_str(), 0), 0x100u);
+  noted = {};
   EXPECT_EQ(SPIProgramFromFile(0, 0x101, in.c_str(), 0), 0x200u);
+  EXPECT_EQ(noted.done, (std::vector<uint32_t>{0x100, 0x101}));  // of what was asked for
   Take();
   EXPECT_EQ(SPIProgramFromFile(0, 0, in.c_str(), 1), 0u);
   EXPECT_EQ(Take(), "select >06 line1 select >C7 line1 select >05 < line1");
 
   // One read command for the whole range.
-  percents.clear();
+  noted = {};
   const std::string out = folder.File("out.bin");
   EXPECT_EQ(SPIProgramToFile(0x123456, 0x180, out.c_str()), 0x180u);
   expected = "select >03 >123456";
   for (size_t i = 0; i < 0x180; ++i) expected += " <";
   EXPECT_EQ(Take(), expected + " line1");
-  EXPECT_EQ(percents, (std::vector<uint32_t>{66, 100}));
+  EXPECT_EQ(noted.percents, (std::vector<uint32_t>{66, 100}));
   EXPECT_EQ(ReadFile(out), std::vector<uint8_t>(0x180));
   EXPECT_EQ(SPIProgramToFile(0, 0, out.c_str()), 0u);
   EXPECT_EQ(Take(), "select >03 >000000 line1");

@@ -197,10 +197,7 @@ class UsbDevice : public testing::Test {
 
 class FindingTheBoard : public UsbDevice {
  protected:
-  class : public ProgressReporter {
-    bool Report(uint32_t /*done*/, uint32_t /*total*/) override { return false; }
-  } noProgress;
-  TconUsbBackEnd backEnd{noProgress};
+  TconUsbBackEnd backEnd;
 };
 
 // The first device is opened twice before the search begins.
@@ -226,7 +223,7 @@ TEST_F(FindingTheBoard, AmongOthers) {
     vendors = {{"first", test.first}, {"second", test.second}};
     refused = test.refused;
     opened.clear();
-    TconUsbBackEnd fresh(noProgress);  // one that has found a board never loses it
+    TconUsbBackEnd fresh;  // one that has found a board never loses it
     const uint64_t before = sim::bench().clock().Now();
     EXPECT_EQ(fresh.Select(), test.result);
     EXPECT_EQ((sim::bench().clock().Now() - before) / 1'000'000, test.seconds * 1000);

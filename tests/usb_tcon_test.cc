@@ -269,10 +269,6 @@ struct Image {
 
 using Places = std::vector<std::pair<unsigned, size_t>>;
 
-class NoProgress : public ProgressReporter {
-  bool Report(uint32_t /*done*/, uint32_t /*total*/) override { return false; }
-};
-
 class FirmwareImages : public TconBoard, public testing::WithParamInterface<Image> {
  protected:
   // Writes firmware.hex, and low.bin and high.bin: what the two kinds of RAM must hold then, from
@@ -383,8 +379,7 @@ TEST_P(FirmwareImages, ArriveInRam) {
   EXPECT_EQ(loads.back().data, Bytes{0});
 
   // The second mode: what lies above, by the firmware that runs.
-  NoProgress noProgress;
-  usb::TconUsbBackEnd backEnd(noProgress);
+  usb::TconUsbBackEnd backEnd;
   EXPECT_EQ(backEnd.Select(), 1);
   board().seen.clear();
   EXPECT_TRUE(backEnd.DownloadFirmware("firmware.hex", usb::RamKind::kExternal));
@@ -398,8 +393,7 @@ TEST_P(FirmwareImages, ArriveInRam) {
 TEST_F(TconBoard, ExternalRam) {
   Connect();
   WriteText("more.hex", ":041FFE0001020304D5\n:0230000005067F\n");
-  NoProgress noProgress;
-  usb::TconUsbBackEnd backEnd(noProgress);
+  usb::TconUsbBackEnd backEnd;
   EXPECT_FALSE(backEnd.DownloadFirmware("more.hex", usb::RamKind::kExternal));  // no board yet
   EXPECT_EQ(backEnd.Select(), 1);
   board().seen.clear();

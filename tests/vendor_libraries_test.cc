@@ -1,7 +1,10 @@
 // The shipped library, as it is, against simulated vendor libraries that it finds and loads by
 // itself. All run on the real clock.
+#include <chrono>
 #include <cstdint>
+#include <cstdlib>
 #include <gtest/gtest.h>
+#include <thread>
 #include <vector>
 
 #include "brisk/brisk.h"
@@ -75,5 +78,24 @@ TEST(VendorLibraries, DebugBoard) {
   EXPECT_EQ(GetPortVal(49, &value), 1u);
   EXPECT_EQ(value, 0xFE);  // written at load
 }
+
+#if defined(_WIN32)
+// The end of a process kills its other threads where they are: here one that nearly always holds
+// the lock of the FTDI engine, which the unloading step must then do without.
+TEST(VendorLibraries, EndWhileAThreadWorks) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  const auto end = [] {
+    BriskSetDevice(BRISK_DEVICE_FTDI);
+    std::thread([] {
+      const uint8_t address = 0x20;
+      uint8_t value = 0;
+      for (;;) I2cReadData(0xF4, &address, 1, &value, 1);
+    }).detach();
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    std::exit(0);
+  };
+  EXPECT_EXIT(end(), testing::ExitedWithCode(0), "");
+}
+#endif
 
 }  // namespace

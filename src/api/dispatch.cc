@@ -19,7 +19,7 @@ Dispatch::Dispatch(lpt::Ports& ports, Driver& driver, ProgressReporter& reporter
   backEnds_[BRISK_DEVICE_U2C] = make_unique<u2c::U2cBackEnd>(reporter);
   backEnds_[BRISK_DEVICE_DEBUG_BOARD] = make_unique<usb::DebugBoardBackEnd>(reporter);
   backEnds_[BRISK_DEVICE_UART] = make_unique<serial::UartBackEnd>();
-  backEnds_[BRISK_DEVICE_TCON_USB] = make_unique<usb::TconUsbBackEnd>(reporter);
+  backEnds_[BRISK_DEVICE_TCON_USB] = make_unique<usb::TconUsbBackEnd>();
   backEnds_[BRISK_DEVICE_LPT_B] = make_unique<LptBackEnd>(lpt::kWiringB, ports, driver, reporter);
   backEnds_[BRISK_DEVICE_TEXT_BRIDGE] = make_unique<serial::TextBridgeBackEnd>();
   backEnds_[BRISK_DEVICE_FTDI] = make_unique<ftdi::FtdiBackEnd>(reporter);

@@ -3,6 +3,7 @@
 #include "api/call.h"
 
 using brisk::BackEnd;
+using brisk::Dispatch;
 using brisk::Dispatched;
 using brisk::Instance;
 
@@ -12,7 +13,9 @@ namespace {
 BackEnd& PortBoard(Instance& instance, bool write) {
   const uint8_t type = brisk::SharedLoad(instance.shared().bDeviceType);
   const bool own = type == BRISK_DEVICE_TCON_USB || (type == BRISK_DEVICE_FTDI && write);
-  return instance.dispatch().For(own ? type : uint8_t{BRISK_DEVICE_DEBUG_BOARD});
+  if (!own) return instance.dispatch().For(BRISK_DEVICE_DEBUG_BOARD);
+  // Those two have locks of their own, which nobody gives back who was killed while holding one.
+  return instance.dispatch().For(instance.ThreadsKilled() ? Dispatch::kDeviceTypes : type);
 }
 
 }  // namespace

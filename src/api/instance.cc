@@ -2,7 +2,6 @@
 
 #include <memory>
 
-#include "api/attach.h"
 #include "base/debug.h"
 
 namespace brisk {
@@ -24,9 +23,9 @@ void AttachLibrary() {
   Holder()->Attach();
 }
 
-void DetachLibrary() {
+void DetachLibrary(Detaching how) {
   if (Holder() == nullptr) return;
-  Holder()->Detach();
+  Holder()->Detach(how);
   Holder().reset();
 }
 
@@ -42,7 +41,8 @@ void Instance::Attach() {
   for (uint8_t type = 0; type < Dispatch::kDeviceTypes; ++type) dispatch_.For(type).ProcessAttach();
 }
 
-void Instance::Detach() {
+void Instance::Detach(Detaching how) {
+  detaching_ = how;
   driver_.Detach();
   lock_.reset();
   for (uint8_t type = 0; type < Dispatch::kDeviceTypes; ++type) dispatch_.For(type).ProcessDetach();

@@ -7,6 +7,7 @@
 
 #include "brisk/brisk_extensions.h"
 
+#include "api/attach.h"
 #include "api/dispatch.h"
 #include "base/progress.h"
 #include "io/drv/driver.h"
@@ -21,7 +22,7 @@ class Instance : public ProgressReporter {
   Instance();
 
   void Attach();
-  void Detach();
+  void Detach(Detaching how);
 
   SharedSection& shared() { return shared_; }
   Dispatch& dispatch() { return dispatch_; }
@@ -35,12 +36,16 @@ class Instance : public ProgressReporter {
   // The back end of the call under way: what the callback's own calls go to, whatever device type
   // has been selected meanwhile.
   BackEnd* running = nullptr;
+  // Whether a thread may have been killed that held a back end's lock.
+  bool ThreadsKilled() const { return detaching_ == Detaching::kProcessKilledThreads; }
+
   // True on the thread that is inside the progress callback, and so already holds the lock.
   bool InsideCallback() const { return reporting_.load() == std::this_thread::get_id(); }
 
  private:
   SharedSection& shared_;
   std::optional<std::mutex> lock_;
+  Detaching detaching_ = Detaching::kUnloaded;
   Driver driver_;
   lpt::Ports ports_;
   Dispatch dispatch_;

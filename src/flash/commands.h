@@ -15,7 +15,10 @@ enum Command : uint8_t {
   kSectorErase = 0xD8,  // address
 };
 
-inline constexpr uint8_t kWriteInProgress = 0x01;  // of the status byte
+// Bits of the status byte.
+inline constexpr uint8_t kWriteInProgress = 0x01;
+inline constexpr uint8_t kWriteEnableLatch = 0x02;
+
 inline constexpr uint32_t kPageSize = 256;
 inline constexpr uint32_t kBusyLimit = 5000;  // milliseconds
 

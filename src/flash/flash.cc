@@ -13,11 +13,6 @@ namespace {
 
 const char* Shown(const char* path) { return path != nullptr ? path : ""; }
 
-// Percent; 64-bit, so that sizes near 2^32 do not wrap.
-uint32_t Percent(uint64_t done, uint64_t total) {
-  return static_cast<uint32_t>(done * 100 / total);
-}
-
 }  // namespace
 
 void Flash::WriteByte(uint32_t address, uint32_t data) {
@@ -57,7 +52,7 @@ uint32_t Flash::ProgramFromFile(uint32_t address, uint32_t maxSize, const char* 
   Begin();
   const auto file = path != nullptr ? platform().files.OpenForReading(path) : nullptr;
   if (file == nullptr) {
-    TellUser("\nCan't open the input file.");
+    TellUser(kNoInputFile);
     End();
     return 0;
   }
@@ -83,7 +78,7 @@ uint32_t Flash::ProgramToFile(uint32_t address, uint32_t maxSize, const char* pa
                  Shown(path));
   const auto file = path != nullptr ? platform().files.Create(path) : nullptr;
   if (file == nullptr) {
-    TellUser("\nCan't open the output file.");
+    TellUser(kNoOutputFile);
     End();
     return 0;
   }

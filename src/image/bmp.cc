@@ -1,11 +1,11 @@
 #include "image/bmp.h"
 
 #include <array>
-#include <cstdio>
 #include <cstring>
 #include <vector>
 
 #include "base/debug.h"
+#include "base/user_message.h"
 
 namespace brisk::image {
 namespace {
@@ -42,11 +42,6 @@ const char* Objection(const Header& header, const BmpSize& size) {
   return nullptr;
 }
 
-void Reject(const char* message) {
-  std::fputs(message, stdout);
-  std::fflush(stdout);
-}
-
 // `bytes` is readable one byte past the last pixel.
 void ExpandRow(const uint8_t* bytes, uint32_t* cells, size_t count) {
   for (size_t x = 0; x < count; ++x) {
@@ -61,13 +56,13 @@ void ExpandRow(const uint8_t* bytes, uint32_t* cells, size_t count) {
 std::optional<BmpSize> ReadBmpHeader(File& file) {
   Header header{};
   if (file.Read(header.data(), header.size()) != header.size()) {
-    Reject("\nHeader of the BMP is too short");
+    TellUser("\nHeader of the BMP is too short");
     return std::nullopt;
   }
   const BmpSize size{static_cast<int32_t>(Load32(header, kWidth)),
                      static_cast<int32_t>(Load32(header, kHeight))};
   if (const char* objection = Objection(header, size)) {
-    Reject(objection);
+    TellUser(objection);
     return std::nullopt;
   }
   return size;

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "base/user_message.h"
 #include "image/bmp.h"
 #include "image/jpeg.h"
 #include "platform/platform.h"
@@ -69,8 +70,7 @@ constexpr uint32_t YCbCrPair(uint32_t even, uint32_t odd) {
 static_assert(YCbCrPair(kFillYCbCr, kFillYCbCr) == 0x10108080);
 
 uint32_t CannotOpen() {
-  std::fputs("\nCan't open the input file.", stdout);
-  std::fflush(stdout);
+  TellUser(kNoInputFile);
   return kFailed;
 }
 

@@ -6,7 +6,6 @@
 #include "base/user_message.h"
 #include "flash/commands.h"
 #include "platform/platform.h"
-#include "u2c/silent_trace.h"
 
 namespace brisk::u2c {
 
@@ -18,28 +17,22 @@ void U2cFlash::Prepare() {
   adapter_.MakeLineAnOutput();
 }
 
-void U2cFlash::SendByte(uint8_t byte) {
-  if (!adapter_.SpiWrite(&byte, 1)) SilentTrace("SPIWriteByte Fail\n");
-}
+void U2cFlash::SendByte(uint8_t byte) { static_cast<void>(adapter_.SpiWrite(&byte, 1)); }
 
 void U2cFlash::SendAddress(uint32_t address) {
   std::array<uint8_t, 3> bytes = {static_cast<uint8_t>(address >> 16),
                                   static_cast<uint8_t>(address >> 8),
                                   static_cast<uint8_t>(address)};
-  if (!adapter_.SpiWrite(bytes.data(), bytes.size())) SilentTrace("spiwrite24adr Fail\n");
+  static_cast<void>(adapter_.SpiWrite(bytes.data(), bytes.size()));
 }
 
 uint8_t U2cFlash::ReadByte() {
   uint8_t byte = 0;
-  if (!adapter_.SpiRead(&byte)) SilentTrace("SPIReadByte Fail\n");
+  static_cast<void>(adapter_.SpiRead(&byte));
   return byte;
 }
 
 void U2cFlash::EraseSent() { platform().clock.Sleep(0); }
-
-void U2cFlash::Waited(bool inTime) {
-  if (!inTime) SilentTrace("System is still busy\n");
-}
 
 uint32_t U2cFlash::ReadId() {
   Prepare();
@@ -74,7 +67,7 @@ uint32_t U2cFlash::ProgramFromFile(uint32_t address, uint32_t maxSize, const cha
   Prepare();
   const auto file = path != nullptr ? platform().files.OpenForReading(path) : nullptr;
   if (file == nullptr) {
-    TellUser("\nCan't open the input file.");
+    TellUser(kNoInputFile);
     progress_ = 100;
     return 0;
   }
@@ -89,8 +82,9 @@ uint32_t U2cFlash::ProgramFromFile(uint32_t address, uint32_t maxSize, const cha
     sequences_.BeginProgram(address + offset);
     for (const uint8_t byte : bytes) SendByte(byte);
     sequences_.EndProgram();
-    progress_ = static_cast<uint32_t>(page * 100 / pages);
-    reporter_.Report(offset + flash::kPageSize, maxSize);
+    progress_ = Percent(page, pages);
+    const uint64_t done = uint64_t{offset} + flash::kPageSize;
+    reporter_.Report(static_cast<uint32_t>(std::min<uint64_t>(done, maxSize)), maxSize);
   }
   progress_ = 100;
   return static_cast<uint32_t>(pages * flash::kPageSize);
@@ -100,7 +94,7 @@ uint32_t U2cFlash::ProgramToFile(uint32_t address, uint32_t maxSize, const char*
   Prepare();
   const auto file = path != nullptr ? platform().files.Create(path) : nullptr;
   if (file == nullptr) {
-    TellUser("\nCan't open the output file.");
+    TellUser(kNoOutputFile);
     progress_ = 100;
     return 0;
   }
@@ -109,7 +103,7 @@ uint32_t U2cFlash::ProgramToFile(uint32_t address, uint32_t maxSize, const char*
     const uint8_t byte = ReadByte();
     file->Write(&byte, 1);
     ++done;
-    progress_ = static_cast<uint32_t>(uint64_t{done} * 100 / maxSize);
+    progress_ = Percent(done, maxSize);
     if (done % flash::kPageSize == 0 || done == maxSize) reporter_.Report(done, maxSize);
   }
   sequences_.EndRead();

@@ -35,6 +35,8 @@ void DebugBoardBackEnd::ProcessAttach() {
     debugLog.Print(0, "       Please unplug & plug your USB cable.");
     return;
   }
+  // The exported function, as tools know it from this library: with another device type selected,
+  // the values go to that type's board.
   for (const PortValue& write : kAtAttach) ::SetPortVal(write.port, write.value);
 }
 

@@ -1,27 +1,20 @@
 #include <algorithm>
-#include <cstdio>
 #include <vector>
 
 #include "base/debug.h"
+#include "base/user_message.h"
+#include "flash/commands.h"
 #include "platform/platform.h"
 #include "usb/debug_board.h"
 
 namespace brisk::usb {
 namespace {
 
-constexpr uint8_t kBusy = 0x01;          // status register: write in progress
-constexpr uint8_t kWriteEnabled = 0x02;  // write-enable latch
-constexpr size_t kPage = 256;
 constexpr uint32_t kPollInterval = 1;  // milliseconds
 
 Frame Addressed(BoardCommand command, uint32_t address, size_t count = 0) {
   return Frame(command, {static_cast<uint8_t>(address >> 16), static_cast<uint8_t>(address >> 8),
                          static_cast<uint8_t>(address), static_cast<uint8_t>(count)});
-}
-
-void Complain(const char* text) {
-  std::fputs(text, stdout);
-  std::fflush(stdout);
 }
 
 // The first `limit` bytes of the file, or all of it when it is shorter or `limit` is 0.
@@ -52,14 +45,14 @@ bool DebugBoardBackEnd::WaitForStatus(uint8_t mask, uint8_t wanted) {
 
 bool DebugBoardBackEnd::FlashEnable() {
   Send(Frame(kFlashEnable));
-  return WaitForStatus(kWriteEnabled, kWriteEnabled);
+  return WaitForStatus(flash::kWriteEnableLatch, flash::kWriteEnableLatch);
 }
 
 void DebugBoardBackEnd::FlashCommand(Frame frame) {
   if (!library_.ready()) return;
   FlashEnable();
   library_.Exchange(frame);
-  WaitForStatus(kBusy, 0);
+  WaitForStatus(flash::kWriteInProgress, 0);
 }
 
 void DebugBoardBackEnd::SPIBulkErase() { FlashCommand(Frame(kFlashErase)); }
@@ -71,7 +64,7 @@ bool DebugBoardBackEnd::ProgramPacket(uint32_t address, std::span<const uint8_t>
   Frame frame = Addressed(kFlashProgram, address, bytes.size());
   std::copy(bytes.begin(), bytes.end(), frame.command.begin() + kProgramHeader);
   library_.Exchange(frame);
-  return WaitForStatus(kBusy, 0);
+  return WaitForStatus(flash::kWriteInProgress, 0);
 }
 
 // Within one page.
@@ -125,7 +118,7 @@ void DebugBoardBackEnd::SPIReadByte(uint32_t adr, uint32_t* data) {
 }
 
 bool DebugBoardBackEnd::StopAsked(uint64_t done, uint64_t total) {
-  progress_ = static_cast<uint32_t>(done * 100 / total);
+  progress_ = Percent(done, total);
   return reporter_.Report(static_cast<uint32_t>(done), static_cast<uint32_t>(total));
 }
 
@@ -133,7 +126,8 @@ uint32_t DebugBoardBackEnd::ProgramPages(uint32_t address, std::span<const uint8
   size_t done = 0;
   while (done < bytes.size()) {
     const size_t at = address + done;
-    const size_t count = std::min(kPage - at % kPage, bytes.size() - done);
+    const size_t count =
+        std::min<size_t>(flash::kPageSize - at % flash::kPageSize, bytes.size() - done);
     if (!ProgramRange(static_cast<uint32_t>(at), bytes.subspan(done, count))) break;
     done += count;
     if (StopAsked(done, bytes.size())) break;
@@ -148,7 +142,7 @@ uint32_t DebugBoardBackEnd::SPIProgramFromFile(uint32_t adr, uint32_t maxsize, c
   SPIBulkErase();
   const std::unique_ptr<File> file = platform().files.OpenForReading(szfile);
   if (file == nullptr) {
-    Complain("\nCan't open the input file.");
+    TellUser(kNoInputFile);
     progress_ = 100;
     return 0;
   }
@@ -166,11 +160,11 @@ uint32_t DebugBoardBackEnd::SPIProgramToFile(uint32_t adr, uint32_t maxsize, con
   debugLog.Print(0, "SPIProgramToFile, adr = %x, maxsize=%x, szfile=%s\n", adr, maxsize, szfile);
   const std::unique_ptr<File> file = platform().files.Create(szfile);
   if (file == nullptr) {
-    Complain("\nCan't open the output file.");
+    TellUser(kNoOutputFile);
     progress_ = 100;
     return 0;
   }
-  uint8_t chunk[kPage];
+  uint8_t chunk[flash::kPageSize];
   uint32_t done = 0;
   while (done < maxsize) {
     const uint32_t count = std::min<uint32_t>(sizeof chunk, maxsize - done);

@@ -11,9 +11,9 @@
 namespace brisk::usb {
 namespace {
 
-constexpr uint16_t kVendorId = 0x04B4;
 constexpr const char* kFirmwareFile = "firmware.hex";
 constexpr uint32_t kOpenRetryDelay = 1000;  // milliseconds
+constexpr uint32_t kAttempts = 3;           // of the register operations
 constexpr uint32_t kTimeOut = 50;           // milliseconds, of everything but the download
 
 // Vendor requests; their values and indexes stand where they are issued.
@@ -71,7 +71,7 @@ uint8_t TconUsbBackEnd::Select() {
   board_->CountDevices();
   board_->OpenDevice(0);
   FindBoard();
-  if (board_->IsOpen() && board_->vendorId == kVendorId) {
+  if (board_->IsOpen() && board_->vendorId == kTconVendorId) {
     DownloadFirmware(kFirmwareFile, RamKind::kInternal);
     board_->control()->requestType = CUsbControlEndPoint::kTypeVendor;
     board_->control()->recipient = CUsbControlEndPoint::kRecipientDevice;
@@ -85,7 +85,7 @@ uint8_t TconUsbBackEnd::Select() {
 void TconUsbBackEnd::FindBoard() {
   const unsigned count = board_->CountDevices();
   uint16_t vendorId = 0;
-  for (unsigned index = 0; index < count && vendorId != kVendorId; ++index) {
+  for (unsigned index = 0; index < count && vendorId != kTconVendorId; ++index) {
     board_->OpenDevice(static_cast<uint8_t>(index));
     if (!board_->IsOpen()) {
       platform().clock.Sleep(kOpenRetryDelay);
@@ -100,15 +100,15 @@ void TconUsbBackEnd::ConnectWhenNeeded() {
 }
 
 // Null while there is no open board.
-CUsbControlEndPoint* TconUsbBackEnd::Control(uint32_t timeOut) {
+CUsbControlEndPoint* TconUsbBackEnd::Control() {
   if (board_ == nullptr || !board_->IsOpen() || board_->control() == nullptr) return nullptr;
-  board_->control()->timeOut = timeOut;
+  board_->control()->timeOut = kTimeOut;
   return board_->control();
 }
 
 bool TconUsbBackEnd::Write(uint8_t request, uint16_t value, uint16_t index,
                            std::span<const uint8_t> bytes) {
-  CUsbControlEndPoint* control = Control(kTimeOut);
+  CUsbControlEndPoint* control = Control();
   if (control == nullptr) return false;
   control->requestCode = request;
   control->value = value;
@@ -120,7 +120,7 @@ bool TconUsbBackEnd::Write(uint8_t request, uint16_t value, uint16_t index,
 
 bool TconUsbBackEnd::Read(uint8_t request, uint16_t value, uint16_t index,
                           std::span<uint8_t> bytes) {
-  CUsbControlEndPoint* control = Control(kTimeOut);
+  CUsbControlEndPoint* control = Control();
   if (control == nullptr) return false;
   control->requestCode = request;
   control->value = value;
@@ -132,7 +132,7 @@ bool TconUsbBackEnd::Read(uint8_t request, uint16_t value, uint16_t index,
 uint32_t TconUsbBackEnd::I2cWriteByte(uint8_t device, uint8_t subAddress, uint8_t data) {
   const std::lock_guard lock(mutex_);
   ConnectWhenNeeded();
-  for (uint32_t attempt = 0; attempt < attempts_; ++attempt) {
+  for (uint32_t attempt = 0; attempt < kAttempts; ++attempt) {
     if (Write(kSelectSlave, device >> 1, 0, {}) &&
         Write(kWriteRegister, subAddress, 0, {&data, 1})) {
       return 1;
@@ -146,7 +146,7 @@ uint32_t TconUsbBackEnd::I2cReadByte(uint8_t device, uint8_t subAddress, uint8_t
   const std::lock_guard lock(mutex_);
   ConnectWhenNeeded();
   *data = 0;
-  for (uint32_t attempt = 0; attempt < attempts_; ++attempt) {
+  for (uint32_t attempt = 0; attempt < kAttempts; ++attempt) {
     if (Write(kSelectSlave, device >> 1, 0, {}) && Read(kReadRegister, subAddress, 0, {data, 1})) {
       return 1;
     }
@@ -243,7 +243,7 @@ uint32_t TconUsbBackEnd::GetPortVal(uint8_t port, uint8_t* value) {
   if (value == nullptr) return 0;
   const std::lock_guard lock(mutex_);
   ConnectWhenNeeded();
-  const CUsbControlEndPoint* control = Control(kTimeOut);
+  const CUsbControlEndPoint* control = Control();
   if (!connected_ || control == nullptr) return 0;
   uint8_t byte = 0;
   if (!Read(kReadPort, control->value, port, {&byte, 1})) return 0;

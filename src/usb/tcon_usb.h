@@ -7,7 +7,6 @@
 #include <span>
 
 #include "api/back_end.h"
-#include "base/progress.h"
 #include "usb/intel_hex.h"
 #include "usb/usb_device.h"
 
@@ -31,8 +30,6 @@ namespace brisk::usb {
 // the global lock was taken first.
 class TconUsbBackEnd : public BackEnd {
  public:
-  explicit TconUsbBackEnd(ProgressReporter& /*reporter*/) {}
-
   uint8_t Select() override;  // the connect step: 1 = connected
 
   uint32_t I2cWriteByte(uint8_t device, uint8_t subAddress, uint8_t data) override;
@@ -63,7 +60,7 @@ class TconUsbBackEnd : public BackEnd {
   bool DownloadFirmware(const char* path, RamKind kind);
 
  private:
-  CUsbControlEndPoint* Control(uint32_t timeOut);
+  CUsbControlEndPoint* Control();  // with the time-out set
   void ConnectWhenNeeded();
   void FindBoard();
   void HoldCpu(bool hold);
@@ -77,7 +74,6 @@ class TconUsbBackEnd : public BackEnd {
   bool connected_ = false;
   bool firmwareLoaded_ = false;  // never cleared
   uint8_t channel_ = 2;          // of the last speed switch
-  uint32_t attempts_ = 3;        // of the register operations
 };
 
 }  // namespace brisk::usb

@@ -156,8 +156,6 @@ void CUsbDevice::SelectInterface(uint8_t value) {
 }
 
 void CUsbDevice::ReferEndPoints(CUsbInterface& selected) {
-  // Drivers before this version know no direct transfers.
-  constexpr uint32_t kFirstWithDirect = 0x01050500;
   endPoints = {};
   selected.SetControl(control_.get());
   for (size_t i = 1; i <= selected.endPointCount; ++i) {
@@ -178,7 +176,7 @@ void CUsbDevice::ReferEndPoints(CUsbInterface& selected) {
         break;
     }
     if (*reference == nullptr) *reference = endPoint;
-    if (driverVersion < kFirstWithDirect) endPoint->mode = TransferMode::kBuffered;
+    if (driverVersion < kDirectTransferVersion) endPoint->mode = TransferMode::kBuffered;
   }
 }
 

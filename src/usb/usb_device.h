@@ -13,13 +13,11 @@
 
 namespace brisk::usb {
 
-// {AE18AA60-7F6A-11D4-97DD-00010229B959}, in memory order.
-inline constexpr Guid kTconInterfaceClass = {0x60, 0xAA, 0x18, 0xAE, 0x6A, 0x7F, 0xD4, 0x11,
-                                             0x97, 0xDD, 0x00, 0x01, 0x02, 0x29, 0xB9, 0x59};
-
-// A board behind the USB driver: finding it, opening it, its descriptors, and its endpoints. Used
-// from one thread at a time. What the model has no room for is passed over: configurations beyond
-// the second, interfaces beyond the eighth of one, endpoints beyond the fifteenth of one.
+// A board behind the USB driver: finding it, opening it, its descriptors, and its endpoints.
+// Opening asks the driver for all of it, whatever the caller then uses: device type 4 counts,
+// opens, and moves data through the control endpoint. Used from one thread at a time. What the
+// model has no room for is passed over: configurations beyond the second, interfaces beyond the
+// eighth of one, endpoints beyond the fifteenth of one.
 class CUsbDevice {
  public:
   static constexpr size_t kConfigs = 2;

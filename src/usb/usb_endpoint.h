@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "platform/device_control.h"
-#include "usb/transfer_header.h"
+#include "platform/usb_driver.h"
 
 namespace brisk::usb {
 

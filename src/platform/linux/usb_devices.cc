@@ -8,31 +8,11 @@
 
 #include "platform/linux/usb_library.h"
 #include "platform/linux/usb_request.h"
+#include "platform/usb_driver.h"
 
 namespace brisk::linux_system {
 namespace {
 
-constexpr uint16_t kVendor = 0x04B4;
-constexpr Guid kBoardClass = {0x60, 0xAA, 0x18, 0xAE, 0x6A, 0x7F, 0xD4, 0x11,
-                              0x97, 0xDD, 0x00, 0x01, 0x02, 0x29, 0xB9, 0x59};
-
-enum Code : uint32_t {
-  kDriverVersion = 0x220000,
-  kSecondVersion = 0x220004,
-  kAlternateSetting = 0x220008,
-  kAddress = 0x220010,
-  kControl = 0x220020,
-  kBuffered = 0x220024,
-  kReset = 0x220030,
-  kDeviceName = 0x22003C,
-  kFriendlyName = 0x220040,
-  kAbort = 0x220044,
-  kDirect = 0x22004B,
-  kSpeed = 0x22004C,
-};
-
-// The first version that knows direct transfers, as this transport does.
-constexpr uint32_t kEmulatedVersion = 0x01050500;
 constexpr size_t kNameSize = 256;
 constexpr int kInterface = 0;
 
@@ -50,7 +30,7 @@ class Boards {
     for (ssize_t i = 0; i < count; ++i) {
       UsbDeviceDescriptor descriptor{};
       if (library_.getDeviceDescriptor(list_[i], &descriptor) != 0) continue;
-      if (descriptor.vendorId != kVendor) continue;
+      if (descriptor.vendorId != usb::kTconVendorId) continue;
       char path[32];
       std::snprintf(path, sizeof path, "usb:%03u:%03u", library_.getBusNumber(list_[i]),
                     library_.getDeviceAddress(list_[i]));
@@ -151,30 +131,32 @@ bool UsbBoard::Answer(const void* bytes, size_t size, void* out, uint32_t outSiz
 bool UsbBoard::Control(uint32_t code, const void* in, uint32_t inSize, void* out, uint32_t outSize,
                        uint32_t* bytesReturned) {
   constexpr uint32_t kZero = 0;
-  const uint32_t speed = highSpeed_ ? 2 : 1;
+  const uint32_t speed = highSpeed_ ? usb::kSpeedHigh : usb::kSpeedFull;
   *bytesReturned = 0;
   if (handle_ == nullptr) return false;
   switch (code) {
-    case kDriverVersion:
-      return Answer(&kEmulatedVersion, sizeof kEmulatedVersion, out, outSize, bytesReturned);
-    case kSecondVersion:
+    case usb::kGetDriverVersion:
+      return Answer(&usb::kDirectTransferVersion, sizeof usb::kDirectTransferVersion, out, outSize,
+                    bytesReturned);
+    case usb::kGetSecondVersion:
       return Answer(&kZero, sizeof kZero, out, outSize, bytesReturned);
-    case kAlternateSetting:  // the one that every interface starts with; nothing here changes it
+    case usb::kGetAlternateSetting:  // the one that every interface starts with; nothing here
+                                     // changes it
       return Answer(&kZero, 1, out, outSize, bytesReturned);
-    case kAddress:
+    case usb::kGetAddress:
       return Answer(&address_, sizeof address_, out, outSize, bytesReturned);
-    case kDeviceName:
-    case kFriendlyName:
+    case usb::kGetDeviceName:
+    case usb::kGetFriendlyName:
       return Answer(name_.data(), name_.size(), out, outSize, bytesReturned);
-    case kSpeed:
+    case usb::kGetSpeed:
       return Answer(&speed, sizeof speed, out, outSize, bytesReturned);
-    case kReset:
+    case usb::kResetPort:
       return library_->resetDevice(handle_) == 0;
-    case kAbort:
+    case usb::kAbortEndpoint:
       return Abort(in, inSize);
-    case kControl:
-    case kBuffered:
-    case kDirect: {
+    case usb::kControlTransfer:
+    case usb::kBufferedTransfer:
+    case usb::kDirectTransfer: {
       const auto request = Begin(code, in, inSize, out, outSize);
       request->Wait();
       return request->Result(bytesReturned);
@@ -195,19 +177,19 @@ std::unique_ptr<PendingRequest> UsbBoard::Begin(uint32_t code, const void* in, u
                                                 void* out, uint32_t outSize) {
   // Results travel in the caller's record, which for direct transfers is the input.
   const UsbRecord record(const_cast<void*>(in), inSize);  // NOLINT(*-const-cast)
-  const bool direct = code == kDirect;
-  const bool known = direct || code == kControl || code == kBuffered;
+  const bool direct = code == usb::kDirectTransfer;
+  const bool known = direct || code == usb::kControlTransfer || code == usb::kBufferedTransfer;
   const bool usable = known && handle_ != nullptr && record.valid() && (direct || out == in);
   std::span<uint8_t> data;
   if (usable) data = direct ? std::span(static_cast<uint8_t*>(out), outSize) : record.data();
-  auto request = std::make_unique<UsbRequest>(library_, record, data,
-                                              direct || !usable ? 0 : record.dataOffset(), last_);
+  auto request = std::make_unique<UsbRequest>(
+      library_, record, data, direct || !usable ? 0 : record.header().dataOffset, last_);
   if (!usable) {
     request->Fail();
-  } else if (code == kControl) {
+  } else if (code == usb::kControlTransfer) {
     request->StartControl(handle_);
   } else {
-    StartData(*request, record.endpoint());
+    StartData(*request, record.header().endpoint);
   }
   return request;
 }
@@ -236,19 +218,22 @@ bool UsbBoard::Claim() {
 // libusb wants to know an endpoint's type, which the request does not say: the device does.
 void UsbBoard::ReadEndPoints() {
   constexpr uint16_t kMost = 1024;
-  constexpr uint32_t kData = UsbRecord::kHeader;
-  std::vector<uint8_t> record(kData + kMost);
-  const uint8_t setup[] = {0x80, 6, 0, 2, 0, 0, kMost & 0xFF, kMost >> 8, 5};
-  std::copy(std::begin(setup), std::end(setup), record.begin());
-  record[30] = kData;
-  record[34] = kMost & 0xFF;
-  record[35] = kMost >> 8;
+  usb::TransferHeader header;
+  header.requestType = 0x80;
+  header.request = 6;      // GET_DESCRIPTOR
+  header.value = 2U << 8;  // the first configuration
+  header.length = kMost;
+  header.timeOut = 5;
+  header.dataOffset = usb::kHeaderSize;
+  header.dataLength = kMost;
+  std::vector<uint8_t> record(usb::kHeaderSize + kMost);
+  std::memcpy(record.data(), &header, sizeof header);
   uint32_t returned = 0;
   const auto size = static_cast<uint32_t>(record.size());
-  if (!Control(kControl, record.data(), size, record.data(), size, &returned)) return;
+  if (!Control(usb::kControlTransfer, record.data(), size, record.data(), size, &returned)) return;
   std::span<const uint8_t> rest(record.data(), std::min<size_t>(returned, record.size()));
-  if (rest.size() < kData) return;
-  rest = rest.subspan(kData);
+  if (rest.size() < usb::kHeaderSize) return;
+  rest = rest.subspan(usb::kHeaderSize);
   while (rest.size() >= 2 && rest[0] >= 2 && rest[0] <= rest.size()) {
     if (rest[1] == 5 && rest[0] >= 7) {
       const unsigned size16 = rest[4] | rest[5] << 8;
@@ -262,7 +247,7 @@ void UsbBoard::ReadEndPoints() {
 }  // namespace
 
 std::unique_ptr<DeviceInterfaceSet> PresentUsbDevices(const Guid& interfaceClass) {
-  if (interfaceClass != kBoardClass) return nullptr;
+  if (interfaceClass != usb::kTconInterfaceClass) return nullptr;
   const std::shared_ptr<UsbLibrary> library = UsbLibrary::Get();
   if (library == nullptr) return nullptr;
   return std::make_unique<UsbDeviceSet>(Boards(*library));

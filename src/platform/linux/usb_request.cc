@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstring>
 
 namespace brisk::linux_system {
 namespace {
@@ -9,7 +10,6 @@ namespace {
 using std::chrono::steady_clock;
 
 constexpr size_t kSetup = 8;
-constexpr size_t kPacketRecord = 8;
 constexpr unsigned char kIsochronous = 1;
 constexpr int kMostIsoPackets = 0x10000;
 
@@ -32,24 +32,21 @@ constexpr Statuses kOtherError = {kUsbError, kUnsuccessful, 0xC0000011};  // USB
 
 }  // namespace
 
-uint32_t UsbRecord::Get(size_t at) const {
-  return bytes_[at] | uint32_t{bytes_[at + 1]} << 8 | uint32_t{bytes_[at + 2]} << 16 |
-         uint32_t{bytes_[at + 3]} << 24;
-}
-
-void UsbRecord::Put(size_t at, uint32_t value) {
-  for (size_t i = 0; i < 4; ++i) bytes_[at + i] = static_cast<uint8_t>(value >> (8 * i));
+UsbRecord::UsbRecord(void* bytes, uint32_t size)
+    : bytes_(static_cast<uint8_t*>(bytes)), size_(size) {
+  if (valid()) std::memcpy(&header_, bytes_, sizeof header_);
 }
 
 std::span<uint8_t> UsbRecord::data() const {
-  const uint64_t end = uint64_t{dataOffset()} + dataLength();
-  if (dataOffset() < kHeader || end > size_) return {};
-  return {bytes_ + dataOffset(), dataLength()};
+  const uint64_t end = uint64_t{header_.dataOffset} + header_.dataLength;
+  if (header_.dataOffset < usb::kHeaderSize || end > size_) return {};
+  return {bytes_ + header_.dataOffset, header_.dataLength};
 }
 
 void UsbRecord::SetStatus(uint32_t nt, uint32_t usbd) {
-  Put(14, nt);
-  Put(18, usbd);
+  header_.ntStatus = nt;
+  header_.usbdStatus = usbd;
+  std::memcpy(bytes_, &header_, sizeof header_);
 }
 
 UsbRequest::UsbRequest(std::shared_ptr<UsbLibrary> library, UsbRecord record,
@@ -86,7 +83,7 @@ bool UsbRequest::Allocate(UsbHandle* handle, size_t bytes, int isoPackets) {
   transfer_->handle = handle;
   transfer_->flags = 0;
   transfer_->endpoint = endpoint_;
-  transfer_->timeOut = record_.timeOutSeconds() * 1000;
+  transfer_->timeOut = record_.header().timeOut * 1000;
   transfer_->length = static_cast<int>(bytes);
   transfer_->callback = Completed;
   transfer_->userData = this;
@@ -101,8 +98,8 @@ void UsbRequest::Submit() {
 
 void UsbRequest::StartControl(UsbHandle* handle) {
   const auto setup = record_.setup();
-  in_ = record_.controlIn();
-  if (data_.size() != record_.controlLength()) return Fail();
+  in_ = (record_.header().requestType & 0x80) != 0;
+  if (data_.size() != record_.header().length) return Fail();
   if (!Allocate(handle, kSetup + data_.size(), 0)) return;
   transfer_->type = 0;
   std::copy(setup.begin(), setup.end(), buffer_.begin());
@@ -115,7 +112,7 @@ void UsbRequest::StartData(UsbHandle* handle, uint8_t endpoint, uint8_t type, ui
   in_ = (endpoint & 0x80) != 0;
   int packets = 0;
   if (type == kIsochronous) {
-    const size_t wanted = record_.packetBytes() / kPacketRecord;
+    const size_t wanted = record_.header().packetLength / usb::kPacketInfoSize;
     if (wanted > kMostIsoPackets || wanted * packetSize < data_.size()) return Fail();
     packets = static_cast<int>(wanted);
   }

@@ -7,36 +7,27 @@
 
 #include "platform/device_control.h"
 #include "platform/linux/usb_library.h"
+#include "platform/usb_driver.h"
 
 namespace brisk::linux_system {
 
-// The request record of the board's Windows driver: a packed header of 38 bytes, little-endian,
-// that may be followed by packet records and data. Read and written in place.
+// The record of a transfer request: the header, which packet records and data may follow.
 class UsbRecord {
  public:
-  static constexpr uint32_t kHeader = 38;
+  UsbRecord(void* bytes, uint32_t size);
 
-  UsbRecord(void* bytes, uint32_t size) : bytes_(static_cast<uint8_t*>(bytes)), size_(size) {}
-
-  bool valid() const { return bytes_ != nullptr && size_ >= kHeader; }
+  bool valid() const { return bytes_ != nullptr && size_ >= usb::kHeaderSize; }
+  const usb::TransferHeader& header() const { return header_; }
+  // The first eight bytes are those of a USB setup packet.
   std::span<const uint8_t, 8> setup() const { return std::span<const uint8_t, 8>(bytes_, 8); }
-  bool controlIn() const { return (bytes_[0] & 0x80) != 0; }
-  uint16_t controlLength() const { return static_cast<uint16_t>(Get(6) & 0xFFFF); }
-  uint32_t timeOutSeconds() const { return Get(8); }
-  uint8_t endpoint() const { return bytes_[13]; }
-  uint32_t packetBytes() const { return Get(26); }
-  uint32_t dataOffset() const { return Get(30); }
-  uint32_t dataLength() const { return Get(34); }
-  // The data behind the header; empty when the record has none or it would leave the record.
+  // The data, in place; empty when the record has none or it would leave the record.
   std::span<uint8_t> data() const;
   void SetStatus(uint32_t nt, uint32_t usbd);
 
  private:
-  uint32_t Get(size_t at) const;
-  void Put(size_t at, uint32_t value);
-
   uint8_t* bytes_;
   uint32_t size_;
+  usb::TransferHeader header_;
 };
 
 // One libusb transfer on behalf of a device-control request. Everything that happens, its

@@ -3,9 +3,19 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "platform/device_interfaces.h"
+
 namespace brisk::usb {
 
-// Device-control codes of the board's USB driver.
+// The contract of the timing-controller board's USB driver. A Linux system has no such driver:
+// there the platform answers these requests with libusb.
+
+// {AE18AA60-7F6A-11D4-97DD-00010229B959}, in memory order.
+inline constexpr Guid kTconInterfaceClass = {0x60, 0xAA, 0x18, 0xAE, 0x6A, 0x7F, 0xD4, 0x11,
+                                             0x97, 0xDD, 0x00, 0x01, 0x02, 0x29, 0xB9, 0x59};
+inline constexpr uint16_t kTconVendorId = 0x04B4;
+
+// Device-control codes.
 inline constexpr uint32_t kGetDriverVersion = 0x220000;
 inline constexpr uint32_t kGetSecondVersion = 0x220004;
 inline constexpr uint32_t kGetAlternateSetting = 0x220008;
@@ -19,7 +29,11 @@ inline constexpr uint32_t kAbortEndpoint = 0x220044;
 inline constexpr uint32_t kDirectTransfer = 0x22004B;  // header in, the caller's buffer out
 inline constexpr uint32_t kGetSpeed = 0x22004C;
 
+inline constexpr uint32_t kSpeedFull = 1;
 inline constexpr uint32_t kSpeedHigh = 2;
+
+// From this version on the driver knows direct transfers.
+inline constexpr uint32_t kDirectTransferVersion = 0x01050500;
 
 // What every transfer and descriptor request sends, little-endian and without padding, followed by
 // the data where the mode carries data in the request.
