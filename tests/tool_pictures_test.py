@@ -109,6 +109,24 @@ class Pictures(Bench):
         self.assertEqual([row[48:64] for row in copied[40:56]], [row[16:32] for row in drawn[8:24]])
         self.assertEqual(copied[:40], drawn[:40])
 
+    def test_what_the_controller_cannot_copy_or_place(self):
+        for arguments, told in (
+            ("copy 0 0 32 32 34 16", "32 x 16"),
+            ("copy 0 0 32 32 32 17", "32 x 16"),
+            ("copy 0 0 32 32 3 4", "pairs of pixels"),
+            ("copy 0 0 32 32 0 4", "pairs of pixels"),
+            ("copy 0 0 66 0 32 16", "inside the frame"),
+            ("copy 0 66 0 0 32 16", "inside the frame"),
+            ("copy 1 0 32 32 32 16", "pairs of pixels"),
+            ("pattern 81 0", "inside the frame"),
+            ("pattern 0 65", "inside the frame"),
+            ("pattern 3 0", "pairs of pixels"),
+        ):
+            with self.subTest(arguments):
+                before = self.snapshot()
+                self.assertIn(told, self.failed(2, "picture", *arguments.split()))
+                self.assertEqual(self.snapshot(), before)
+
     def test_clipping_is_told(self):
         self.shell("convert -size 100x90 xc:blue jpg:blue.png")  # the content counts
         result = self.run_sim("picture", "show", "blue.png")

@@ -50,4 +50,13 @@ void OnCommand(CLI::App* app, Command& chosen, std::shared_ptr<Arguments> argume
   });
 }
 
+template <typename Arguments>
+CLI::App* AddCommand(CLI::App* group, Command& chosen, const char* name, const char* text,
+                     const std::shared_ptr<Arguments>& arguments,
+                     Outcome (*run)(Session&, const Arguments&)) {
+  CLI::App* const app = group->add_subcommand(name, text);
+  OnCommand(app, chosen, arguments, run);
+  return app;
+}
+
 }  // namespace brisk::tool

@@ -285,24 +285,16 @@ void AddRange(CLI::App* app, Arguments& arguments, const std::string& sizeText) 
   AddNumber(app, "--size,-n", arguments.size, sizeText);
 }
 
-CLI::App* Add(CLI::App* group, Command& chosen, const char* name, const char* text,
-              const std::shared_ptr<Arguments>& arguments,
-              Outcome (*run)(Session&, const Arguments&)) {
-  CLI::App* const app = group->add_subcommand(name, text);
-  OnCommand(app, chosen, arguments, run);
-  return app;
-}
-
 }  // namespace
 
 void AddFlashCommands(CLI::App& app, Command& chosen) {
   CLI::App* const group = AddGroup(app, "flash", "Identify, erase, program and read the SPI flash");
 
-  Add(group, chosen, "id", "Identify the chip", std::make_shared<Arguments>(), Id);
+  AddCommand(group, chosen, "id", "Identify the chip", std::make_shared<Arguments>(), Id);
 
   auto arguments = std::make_shared<Arguments>();
   CLI::App* const program =
-      Add(group, chosen, "program", "Program a raw file and verify it", arguments, Program);
+      AddCommand(group, chosen, "program", "Program a raw file and verify it", arguments, Program);
   program->add_option("FILE", arguments->file, "raw image")->required();
   AddRange(program, *arguments, "only the first bytes of the file");
   program
@@ -313,27 +305,27 @@ void AddFlashCommands(CLI::App& app, Command& chosen) {
   program->add_flag("--dry-run", arguments->dryRun, "identify, check and say what would be done");
 
   arguments = std::make_shared<Arguments>();
-  CLI::App* const read = Add(group, chosen, "read", "Read into a raw file", arguments, Read);
+  CLI::App* const read = AddCommand(group, chosen, "read", "Read into a raw file", arguments, Read);
   read->add_option("FILE", arguments->file, "file to create")->required();
   AddRange(read, *arguments, "bytes (default: to the end of the flash)");
 
   arguments = std::make_shared<Arguments>();
   CLI::App* const verify =
-      Add(group, chosen, "verify", "Compare the flash with a raw file", arguments, Verify);
+      AddCommand(group, chosen, "verify", "Compare the flash with a raw file", arguments, Verify);
   verify->add_option("FILE", arguments->file, "raw image")->required();
   AddRange(verify, *arguments, "only the first bytes of the file");
 
   arguments = std::make_shared<Arguments>();
   CLI::App* const erase =
-      Add(group, chosen, "erase", "Erase the chip or sectors", arguments, Erase);
+      AddCommand(group, chosen, "erase", "Erase the chip or sectors", arguments, Erase);
   erase->add_flag("--chip", arguments->chip, "the whole chip");
   AddRange(erase, *arguments, "bytes, whole sectors of 0x10000");
   erase->add_flag("--no-verify", arguments->noVerify, "do not check that the range reads FF");
 
   arguments = std::make_shared<Arguments>();
   CLI::App* const writeByte =
-      Add(group, chosen, "write-byte", "Erase the byte's sector and program the byte", arguments,
-          WriteByte);
+      AddCommand(group, chosen, "write-byte", "Erase the byte's sector and program the byte",
+                 arguments, WriteByte);
   AddNumber(writeByte, "ADDRESS", arguments->address, "where")->required();
   AddNumber(writeByte, "VALUE", arguments->value, "the byte", UINT8_MAX)->required();
 }

@@ -59,25 +59,26 @@ void NoteAcknowledge(const Session& session, Reply& reply) {
   reply.text += "(this hardware does not report acknowledges)\n";
 }
 
-// Reads `count` bytes from `reg` on; false when a part was not acknowledged, `failedAt` then says
-// where.
-bool ReadRegisters(Session& session, const TransferArguments& arguments, uint8_t address,
-                   std::vector<uint8_t>& bytes, uint32_t longest, uint32_t& failedAt) {
+// Fills `bytes` from register `reg` on, at most `longest` at a time; what failed otherwise.
+std::optional<Failure> ReadRegisters(Session& session, const TransferArguments& arguments,
+                                     uint8_t address, std::vector<uint8_t>& bytes,
+                                     uint32_t longest) {
   const bool blocks = session.device().readsBlocks || arguments.registerBytes == 0;
   const uint32_t step = blocks ? longest : 1;
   for (uint32_t done = 0; done < bytes.size(); done += step) {
-    if (Progress::Interrupted()) return false;
+    const uint32_t reg = arguments.reg + done;
+    const std::string tried = "read " + Place(arguments, address, reg);
+    if (Progress::Interrupted()) return OperationFailure(tried, "stopped", "start it again");
     const uint32_t count = std::min<uint32_t>(step, static_cast<uint32_t>(bytes.size()) - done);
-    failedAt = arguments.reg + done;
-    const std::vector<uint8_t> command = RegisterBytes(failedAt, arguments.registerBytes);
+    const std::vector<uint8_t> command = RegisterBytes(reg, arguments.registerBytes);
     uint8_t none = 0;
     const uint8_t* const sent = command.empty() ? &none : command.data();
     if (session.api().I2cReadData(address, sent, static_cast<uint32_t>(command.size()),
                                   &bytes[done], count) == 0) {
-      return false;
+      return NotAcknowledged(session, tried, address);
     }
   }
-  return true;
+  return {};
 }
 
 // A device behind an adapter that samples the acknowledge of neither address would read as 0xFF;
@@ -113,9 +114,9 @@ Outcome Read(Session& session, const TransferArguments& arguments) {
   }
   if (std::optional<Failure> failure = session.Ready(kI2c)) return *failure;
   std::vector<uint8_t> bytes(arguments.count);
-  uint32_t failedAt = arguments.reg;
-  if (!ReadRegisters(session, arguments, address, bytes, arguments.count, failedAt)) {
-    return NotAcknowledged(session, "read " + Place(arguments, address, failedAt), address);
+  if (std::optional<Failure> failure =
+          ReadRegisters(session, arguments, address, bytes, arguments.count)) {
+    return *failure;
   }
   Reply reply;
   reply.text = HexBytes(bytes) + "\n";
@@ -199,16 +200,11 @@ Outcome Dump(Session& session, const TransferArguments& arguments) {
   }
   if (std::optional<Failure> failure = session.Ready(kI2c)) return *failure;
   std::vector<uint8_t> bytes(kRegisters);
-  uint32_t failedAt = 0;
   if (!Answers(session, address)) {
     return NotAcknowledged(session, "dump device " + Hex(address), address);
   }
-  if (!ReadRegisters(session, arguments, address, bytes, kBlock, failedAt)) {
-    if (Progress::Interrupted()) {
-      return OperationFailure("dump device " + Hex(address), "stopped at register " + Hex(failedAt),
-                              "start it again");
-    }
-    return NotAcknowledged(session, "read " + Place(arguments, address, failedAt), address);
+  if (std::optional<Failure> failure = ReadRegisters(session, arguments, address, bytes, kBlock)) {
+    return *failure;
   }
   Reply reply;
   reply.text = DumpText(bytes);

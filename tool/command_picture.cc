@@ -22,6 +22,9 @@ struct Frame {
   uint32_t height = 0;
 };
 
+constexpr Frame kPattern = {16, 16};
+constexpr Frame kMostCopied = {32, 16};
+
 // The controller's registers that hold each plane's width and height.
 struct PlaneStrings {
   const char* width;
@@ -46,6 +49,18 @@ std::optional<Failure> ReadFrame(Session& session, uint32_t plane, Frame& frame)
 
 std::string SizeText(uint32_t width, uint32_t height) {
   return std::to_string(width) + " x " + std::to_string(height);
+}
+
+// A place that the controller can address, which it does by pairs of pixels.
+std::optional<Failure> RefusePlace(const std::string& tried, const Frame& frame, const Frame& size,
+                                   uint32_t x, uint32_t y) {
+  if (uint64_t{x} + size.width > frame.width || uint64_t{y} + size.height > frame.height) {
+    return UsageFailure(tried, "the frame has " + SizeText(frame.width, frame.height),
+                        "give a place inside the frame");
+  }
+  if ((uint64_t{y} * frame.width + x) % 2 == 0) return {};
+  return UsageFailure(tried, "the controller addresses pairs of pixels, counted through all rows",
+                      "begin one column further left or right");
 }
 
 void WarnClipped(Session& session, const PictureFile& picture, const Frame& frame) {
@@ -141,7 +156,11 @@ Outcome Pattern(Session& session, const Arguments& arguments) {
   if (std::optional<Failure> failure = session.Ready(kPicture)) return *failure;
   Frame frame;
   if (std::optional<Failure> failure = ReadFrame(session, 1, frame)) return *failure;
-  const auto& [x, y, w, h, unused, unused2] = arguments.numbers;
+  const uint32_t x = arguments.numbers[0];
+  const uint32_t y = arguments.numbers[1];
+  if (std::optional<Failure> failure = RefusePlace("draw the pattern", frame, kPattern, x, y)) {
+    return *failure;
+  }
   session.api().Sddi_Bitblt(x, y, 0);
   Reply reply;
   reply.data = {{"x", x}, {"y", y}, {"frame", SizeData(frame.width, frame.height)}};
@@ -151,14 +170,20 @@ Outcome Pattern(Session& session, const Arguments& arguments) {
 
 Outcome Copy(Session& session, const Arguments& arguments) {
   const auto& [x1, y1, x2, y2, w, h] = arguments.numbers;
+  const std::string tried = "copy a block of " + SizeText(w, h);
+  if (w == 0 || h == 0 || w > kMostCopied.width || h > kMostCopied.height || w % 2 != 0) {
+    return UsageFailure(tried,
+                        "the controller copies at most " +
+                            SizeText(kMostCopied.width, kMostCopied.height) +
+                            ", and pairs of pixels",
+                        "copy larger areas block by block");
+  }
   if (std::optional<Failure> failure = session.Ready(kPicture)) return *failure;
   Frame frame;
   if (std::optional<Failure> failure = ReadFrame(session, 1, frame)) return *failure;
-  const std::string tried = "copy a block of " + SizeText(w, h);
-  if (w > frame.width || h > frame.height) {
-    return UsageFailure(tried, "the frame has " + SizeText(frame.width, frame.height),
-                        "give a block inside the frame");
-  }
+  const Frame size = {w, h};
+  if (std::optional<Failure> failure = RefusePlace(tried, frame, size, x1, y1)) return *failure;
+  if (std::optional<Failure> failure = RefusePlace(tried, frame, size, x2, y2)) return *failure;
   session.api().Sddi_Bitblt_Copy(x1, y1, x2, y2, w, h);
   Reply reply;
   reply.data = {{"x1", x1}, {"y1", y1}, {"x2", x2}, {"y2", y2}, {"width", w}, {"height", h}};
@@ -200,43 +225,35 @@ void AddNumbers(CLI::App* app, Arguments& arguments, const std::vector<std::stri
   }
 }
 
-CLI::App* Add(CLI::App* group, Command& chosen, const char* name, const char* text,
-              const std::shared_ptr<Arguments>& arguments,
-              Outcome (*run)(Session&, const Arguments&)) {
-  CLI::App* const app = group->add_subcommand(name, text);
-  OnCommand(app, chosen, arguments, run);
-  return app;
-}
-
 }  // namespace
 
 void AddPictureCommands(CLI::App& app, Command& chosen) {
   CLI::App* const group = AddGroup(app, "picture", "Write the controller's frame memory");
 
   auto arguments = std::make_shared<Arguments>();
-  CLI::App* const show =
-      Add(group, chosen, "show", "Send a BMP or JPEG file (told by its content)", arguments, Show);
+  CLI::App* const show = AddCommand(
+      group, chosen, "show", "Send a BMP or JPEG file (told by its content)", arguments, Show);
   show->add_option("FILE", arguments->file, "picture")->required();
   AddPlane(show, *arguments);
 
   arguments = std::make_shared<Arguments>();
-  CLI::App* const fill = Add(group, chosen, "fill", "Fill the frame", arguments, Fill);
+  CLI::App* const fill = AddCommand(group, chosen, "fill", "Fill the frame", arguments, Fill);
   fill->add_option("COLOUR", arguments->colour,
                    "#RRGGBB (for 16-bit RGB frames), or the 32-bit pattern of two pixels")
       ->required();
 
   arguments = std::make_shared<Arguments>();
   CLI::App* const pattern =
-      Add(group, chosen, "pattern", "Draw the 16 x 16 pattern", arguments, Pattern);
+      AddCommand(group, chosen, "pattern", "Draw the 16 x 16 pattern", arguments, Pattern);
   AddNumbers(pattern, *arguments, {"X", "Y"});
 
   arguments = std::make_shared<Arguments>();
-  CLI::App* const copy = Add(group, chosen, "copy", "Copy a block", arguments, Copy);
+  CLI::App* const copy = AddCommand(group, chosen, "copy", "Copy a block", arguments, Copy);
   AddNumbers(copy, *arguments, {"X1", "Y1", "X2", "Y2", "W", "H"});
 
   arguments = std::make_shared<Arguments>();
-  CLI::App* const snapshot = Add(group, chosen, "snapshot",
-                                 "Save the simulated frame memory as a BMP", arguments, Snapshot);
+  CLI::App* const snapshot = AddCommand(
+      group, chosen, "snapshot", "Save the simulated frame memory as a BMP", arguments, Snapshot);
   snapshot->add_option("FILE", arguments->file, "file to create")->required();
   AddPlane(snapshot, *arguments);
 }

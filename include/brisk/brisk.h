@@ -60,8 +60,8 @@ BRISK_API uint8_t BRISK_CALL BriskSetDevice(uint8_t deviceType);
 BRISK_API uint32_t BRISK_CALL BriskGetVersion(void);
 
 /* Switches the debug lines of the calls on (non-zero) or off (0), in every process that has the
- * library loaded. Start-up, clock, flash, connect and driver lines are written either way. No lock.
- */
+ * library loaded. Start-up, clock, flash, connect and driver lines are written either way, those on
+ * a driver that does not come up included. No lock. */
 BRISK_API void BRISK_CALL BriskEnableDebug(int32_t enable);
 
 BRISK_END_DECLS

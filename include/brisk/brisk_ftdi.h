@@ -94,9 +94,12 @@ BRISK_API uint32_t BRISK_CALL I2C_Open(uint32_t* handle);
 /* Opens by exact name and location. An interface that this process has open already gives the same
  * handle again; one I2C_Close then closes it. */
 BRISK_API uint32_t BRISK_CALL I2C_OpenEx(const char* name, uint32_t location, uint32_t* handle);
+/* The same for hi-speed interfaces; `channel` is "A" or "B", any other gives 31. */
 BRISK_API uint32_t BRISK_CALL I2C_OpenHiSpeedDevice(const char* name, uint32_t location,
                                                     const char* channel, uint32_t* handle);
+/* I2C_FT2232H_DEVICE or I2C_FT4232H_DEVICE. */
 BRISK_API uint32_t BRISK_CALL I2C_GetHiSpeedDeviceType(uint32_t handle, uint32_t* type);
+/* CloseDevice first leaves the lines as `finalState` says, and does not close when that fails. */
 BRISK_API uint32_t BRISK_CALL I2C_Close(uint32_t handle);
 BRISK_API uint32_t BRISK_CALL I2C_CloseDevice(uint32_t handle, const FinalStatePins* finalState);
 
@@ -121,13 +124,18 @@ BRISK_API uint32_t BRISK_CALL I2C_GetDeviceLatencyTimer(uint32_t handle, uint8_t
 /* Bus frequency in Hz of a divisor (0 to 65535): 12 MHz or 60 MHz / ((1 + divisor) * 2). */
 BRISK_API uint32_t BRISK_CALL I2C_GetClock(uint32_t divisor, uint32_t* frequency);
 BRISK_API uint32_t BRISK_CALL I2C_GetHiSpeedDeviceClock(uint32_t divisor, uint32_t* frequency);
+/* Sets the divisor; the frequency is that of the interface's base clock. */
 BRISK_API uint32_t BRISK_CALL I2C_SetClock(uint32_t handle, uint32_t divisor, uint32_t* frequency);
 
+/* Non-zero connects the chip's data output to its data input, for tests without a bus. */
 BRISK_API uint32_t BRISK_CALL I2C_SetLoopback(uint32_t handle, uint32_t on);
+/* One of the three communications modes, for the transactions that follow. */
 BRISK_API uint32_t BRISK_CALL I2C_SetMode(uint32_t handle, uint32_t mode);
 
+/* General-purpose pins: direction and level of every pin at once, and the levels on the pins. The
+ * hi-speed functions need both records, even when only one is used; a second status replaces the
+ * first. Reading waits 5 ms there. */
 BRISK_API uint32_t BRISK_CALL I2C_SetGPIOs(uint32_t handle, const GpioPins* pins);
-/* Both records must be given, even when only one is to be used. */
 BRISK_API uint32_t BRISK_CALL I2C_SetHiSpeedDeviceGPIOs(uint32_t handle, uint32_t changeLow,
                                                         const HiSpeedLowGpioPins* low,
                                                         uint32_t changeHigh,

@@ -4,7 +4,7 @@
 #include "brisk/brisk_types.h"
 
 /* I2C: single bus actions, register transactions, buffer transactions, string commands. Bus actions
- * and protocol as in NXP's I2C-bus specification (UM10204). */
+ * and protocol as in NXP's UM10204. */
 
 BRISK_BEGIN_DECLS
 
@@ -38,6 +38,13 @@ BRISK_API uint8_t BRISK_CALL I2c_BitIn(void);
 BRISK_API void BRISK_CALL I2cSetClockRate(uint32_t kHz);
 
 /* ---- Register transactions: 1 = success, 0 = a byte was not acknowledged. ----
+ *
+ * I2cWrite and I2cRead: device types 0, 1, 2, 3, 5, 7, 9. I2cWriteHead: 0, 1, 5, 9; types 2 and 3
+ * answer 1 all the same. I2cWriteByte and I2cReadByte: all but 7 and 8. I2cWriteData and
+ * I2cReadData: all. Elsewhere the result is 0.
+ *
+ * Type 8 samples no acknowledges. It keeps short writes back, ten and 10 ms at most, to send them
+ * together; every other call sends them first.
  *
  * Type 2 reports no acknowledges, here and in the buffer transactions: non-zero means only that the
  * board took the request. */
@@ -81,7 +88,9 @@ BRISK_API uint32_t BRISK_CALL I2cReadData(uint8_t device, const uint8_t* command
  * answers 1 and type 4 answers 0 without bus traffic. */
 
 /* Sends the first group and, when all of it was acknowledged, the second. A group is always sent
- * whole, and a stop condition always follows. */
+ * whole, and a stop condition always follows. Reads end with a stop condition, too; only a
+ * WriteRead whose write part was not acknowledged leaves the bus without one on types 1, 2 and 3
+ * (there the register reads, too): call I2c_Stop. */
 BRISK_API uint8_t BRISK_LIB_CALL I2cLib_Write(uint8_t channel, uint16_t address,
                                               const uint8_t* first, uint32_t firstLength,
                                               const uint8_t* second, uint32_t secondLength);

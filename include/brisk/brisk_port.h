@@ -5,6 +5,10 @@
 
 BRISK_BEGIN_DECLS
 
+/* The parallel port (types 0, 5, 9). On Linux the right to access it belongs to a thread: to the
+ * one that loads the library and to those started later, which inherit it. In a thread that ran
+ * before, the port instruction faults, as it does everywhere without the right. */
+
 /* Writes the data register (0x378) of the parallel port, or what stands for it on types 1 and 2.
  * The value with bits 0 and 1 cleared becomes the base of I2c_BitOut, I2c_BitIn and the picture
  * port. Result: 0 = done on types 0, 1, 5, 9; always 0 on types 2, 4 and 7, 1 on 3 and 8. Type 2

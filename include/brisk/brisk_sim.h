@@ -11,9 +11,15 @@ BRISK_BEGIN_DECLS
 /* Replaces the bench by the one that `options` describes: "key=value" separated by commas (a
  * doubled comma stands for one), every key optional.
  *
- *   adapter=NAME[+NAME]   what connects the board, or none; default lpt. The parallel port's three
- *                         wirings are lpt, lpt-b and lpt-c, for device types 0, 5 and 9; they
- *                         exclude one another.
+ *   adapter=NAME[+NAME]   what connects the board, or none; default lpt:
+ *                           lpt, lpt-b, lpt-c  the parallel port's wirings of device types 0, 5
+ *                                        and 9; they exclude one another
+ *                           u2c, debug-board, tcon-usb, uart, text-bridge
+ *                                        the hardware of device types 1, 2, 4, 3 and 7
+ *                           ft2232c, ft2232c-2, talvo, ft2232h, ft4232h
+ *                                        FTDI boards; device type 8 finds the first three (one
+ *                                        that goes to a second board, one named TALVO), the I2C_
+ *                                        functions all
  *   flash=CHIP            w25q16, w25q32 (default), w25q64, w25q128 or none
  *   image=FILE            keeps the flash contents: loaded now (a missing file is a blank chip, and
  *                         is created), every program and erase is written to it

@@ -12,9 +12,9 @@
 namespace brisk::ftdi {
 
 // Communications modes, tested as bits.
-inline constexpr uint32_t kStandardMode = 1;
-inline constexpr uint32_t kFastMode = 2;
-inline constexpr uint32_t kStretchDataMode = 4;
+inline constexpr uint32_t kStandardMode = I2C_STANDARD_MODE;
+inline constexpr uint32_t kFastMode = I2C_FAST_MODE;
+inline constexpr uint32_t kStretchDataMode = I2C_STRETCH_DATA_MODE;
 
 // Turns I2C operations into MPSSE commands. One object serves every handle of the process, and all
 // handles share one pair of pin shadows: what the pins of the interface used last were told.

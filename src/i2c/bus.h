@@ -25,4 +25,18 @@ inline bool Missing(const void* buffer, uint32_t length) {
 // A 16-bit address whose top five bits are 11110 is a 10-bit address in two-byte form.
 constexpr bool IsTenBitAddress(uint16_t address) { return address >> 11 == 0x1E; }
 
+// What a 16-bit address puts on the bus: its low byte, or both bytes of a 10-bit address.
+struct AddressBytes {
+  constexpr AddressBytes(uint16_t address, uint8_t readFlag) {
+    const bool two = IsTenBitAddress(address);
+    const auto first = static_cast<uint8_t>(two ? address >> 8 : address);
+    bytes[0] = static_cast<uint8_t>((first & 0xFE) | readFlag);
+    bytes[1] = static_cast<uint8_t>(address);
+    count = two ? 2 : 1;
+  }
+
+  uint8_t bytes[2];
+  uint32_t count;
+};
+
 }  // namespace brisk::i2c

@@ -9,10 +9,10 @@ namespace brisk::i2c {
 // The register command language: fixed-layout text such as "F4-70-F5=" (read two bytes of register
 // 0x70) or "F4-10=1234." (write 34 12 to register 0x10).
 //
-//   write:  DD s RR item*        items  -aa  =aabb  +aabbcc  (low byte first on the bus), end . or
-//   NUL read:   DD s RR s DD size    size   -  =  +  (one, two, three bytes; low byte first on the
-//   bus)
+//   write  DD s RR item*       items: -aa =aabb +aabbcc, ended by . or the text's end
+//   read   DD s RR s DD size   size: - = + for one, two, three bytes
 //
+// Values go low byte first on the bus.
 // DD and RR are two hex digits, s any one character. A field that is not two hex digits counts as 0
 // and is sent all the same. Nothing is read beyond the terminating NUL: a command that ends inside
 // a fixed field or inside an item's digits fails at that point, with a stop condition when the bus

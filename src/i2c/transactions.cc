@@ -9,11 +9,8 @@ uint32_t WriteAll(Bus& bus, const uint8_t* bytes, uint32_t length) {
 }
 
 uint32_t SendAddress(Bus& bus, uint16_t address, uint8_t readFlag) {
-  if (!IsTenBitAddress(address)) {
-    return Write(bus, static_cast<uint8_t>((address & 0xFE) | readFlag));
-  }
-  const uint32_t high = Write(bus, static_cast<uint8_t>((address >> 8 & 0xFE) | readFlag));
-  return high & Write(bus, static_cast<uint8_t>(address));
+  const AddressBytes sent(address, readFlag);
+  return WriteAll(bus, sent.bytes, sent.count);
 }
 
 uint32_t Write(Bus& bus, uint8_t byte) { return bus.I2c_Tx(byte) == 0 ? 1 : 0; }

@@ -33,7 +33,7 @@ struct BitmapInfoHeader {
 };
 static_assert(sizeof(BitmapInfoHeader) == 40);
 
-// One decode: the path goes in, everything else comes out. The pixels exist on status 0 only.
+// One decode: the path goes in, everything else comes out. The pixels exist on kDecoded only.
 struct DecodeRequest {
   std::string path;
   JpegStatus status = JpegStatus::kUnreadable;

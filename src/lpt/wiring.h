@@ -23,8 +23,9 @@ struct Wiring {
   OutputLine scl;
   OutputLine sda;
   InputLine sdaIn;
-  uint8_t dataImage;     // start values of the two registers' I2C images
-  uint8_t controlImage;  //
+  // Start values of the two registers' I2C images.
+  uint8_t dataImage;
+  uint8_t controlImage;
   // The single-bit operations work on the data register alone and never invert.
   uint8_t bitSda;
   uint8_t bitScl;

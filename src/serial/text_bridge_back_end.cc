@@ -73,12 +73,8 @@ uint32_t TextBridgeBackEnd::I2cRead(uint8_t* data, uint32_t last) {
 }
 
 void TextBridgeBackEnd::SendAddress(uint16_t address, uint8_t readFlag) {
-  if (!i2c::IsTenBitAddress(address)) {
-    I2c_Tx((address & 0xFEU) | readFlag);
-    return;
-  }
-  I2c_Tx((address >> 8 & 0xFEU) | readFlag);
-  I2c_Tx(address & 0xFFU);
+  const i2c::AddressBytes sent(address, readFlag);
+  SendBytes(sent.bytes, sent.count);
 }
 
 uint8_t TextBridgeBackEnd::ReadStatus() {

@@ -114,12 +114,8 @@ uint32_t UartBackEnd::I2cRead(uint8_t* data, uint32_t acknowledge) {
 }
 
 bool UartBackEnd::SendAddress(uint16_t address, uint8_t readFlag) {
-  if (!i2c::IsTenBitAddress(address)) {
-    return I2cWrite(static_cast<uint8_t>((address & 0xFE) | readFlag)) != 0;
-  }
-  const uint8_t bytes[] = {static_cast<uint8_t>((address >> 8 & 0xFE) | readFlag),
-                           static_cast<uint8_t>(address)};
-  return SendAll(bytes, sizeof bytes);
+  const i2c::AddressBytes sent(address, readFlag);
+  return SendAll(sent.bytes, sent.count);
 }
 
 // Sends every byte, also after one was not acknowledged.

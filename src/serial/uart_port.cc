@@ -36,6 +36,7 @@ bool UartPort::Open(uint8_t number, uint32_t bitsPerSecond) {
   std::string whyNot;
   port_ = platform().serialPorts.Open(number, &whyNot);
   if (port_ == nullptr) {
+    // The line that tools know, whichever bridge connects.
     debugLog.Print(0, "uart_connect fails : can't open the com port\n");
     if (!whyNot.empty()) debugLog.Print(0, "%s\n", whyNot.c_str());
     return false;

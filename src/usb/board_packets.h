@@ -25,13 +25,13 @@ inline constexpr BoardCommand kPortRead{Direction::kFromBoard, 0x1B};     // reg
 inline constexpr BoardCommand kLptOutput{Direction::kToBoard, 0x24};      // 0xA0, mirrored byte
 inline constexpr BoardCommand kLptInput{Direction::kFromBoard, 0x25};     // 0xA0
 inline constexpr BoardCommand kPllWrite{Direction::kToBoard, 0x26};       // 0xA0, PLL values
-inline constexpr BoardCommand kFlashEnable{Direction::kToBoard, 0x1C};    //
-inline constexpr BoardCommand kFlashStatus{Direction::kFromBoard, 0x1E};  //
-inline constexpr BoardCommand kFlashErase{Direction::kToBoard, 0x21};     //
+inline constexpr BoardCommand kFlashEnable{Direction::kToBoard, 0x1C};    // no parameters
+inline constexpr BoardCommand kFlashStatus{Direction::kFromBoard, 0x1E};  // no parameters
+inline constexpr BoardCommand kFlashErase{Direction::kToBoard, 0x21};     // no parameters
 inline constexpr BoardCommand kFlashSector{Direction::kToBoard, 0x20};    // 24-bit address
 inline constexpr BoardCommand kFlashProgram{Direction::kToBoard, 0x1F};   // address, count, data
 inline constexpr BoardCommand kFlashRead{Direction::kFromBoard, 0x1D};    // address, count
-inline constexpr BoardCommand kFlashId{Direction::kFromBoard, 0x22};      //
+inline constexpr BoardCommand kFlashId{Direction::kFromBoard, 0x22};      // no parameters
 inline constexpr BoardCommand kI2cRegWrite{Direction::kToBoard, 0x16};    // operands in the data
 inline constexpr BoardCommand kI2cRegRead{Direction::kFromBoard, 0x15};   // device, 0, register
 

@@ -185,13 +185,8 @@ bool DebugBoardBackEnd::SendAll(std::span<const uint8_t> bytes) {
 }
 
 bool DebugBoardBackEnd::SendAddress(uint16_t address, uint8_t readFlag) {
-  const auto low = static_cast<uint8_t>(address);
-  if (!i2c::IsTenBitAddress(address)) {
-    const uint8_t bytes[] = {static_cast<uint8_t>((low & 0xFE) | readFlag)};
-    return SendAll(bytes);
-  }
-  const uint8_t bytes[] = {static_cast<uint8_t>((address >> 8 & 0xFE) | readFlag), low};
-  return SendAll(bytes);
+  const i2c::AddressBytes sent(address, readFlag);
+  return SendAll({sent.bytes, sent.count});
 }
 
 uint8_t DebugBoardBackEnd::I2cLib_Write(uint8_t /*channel*/, uint16_t address, const uint8_t* first,

@@ -12,9 +12,8 @@ namespace brisk::linux_system {
 // Two byte locks on the object, of the kind that belongs to an open file (F_OFD_SETLK), keep it
 // right without anybody having to tidy up, because the kernel drops them with their holder:
 //   use   every user holds it shared for as long as it is one. Who can turn it into an exclusive
-//   one
-//         is alone: on arrival the first user, who writes the initial values; on leaving the last
-//         one, who unlinks the object.
+//         lock is alone: on arrival the first user, who writes the initial values; on leaving the
+//         last one, who unlinks the object.
 //   gate  held exclusively while arriving and while leaving, so that two arrivals cannot each keep
 //         the other from being the first.
 // These locks change between shared and exclusive in one step; flock(2) lets go in between, and two
