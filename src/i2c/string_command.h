@@ -12,11 +12,11 @@ namespace brisk::i2c {
 //   write  DD s RR item*       items: -aa =aabb +aabbcc, ended by . or the text's end
 //   read   DD s RR s DD size   size: - = + for one, two, three bytes
 //
-// Values go low byte first on the bus.
-// DD and RR are two hex digits, s any one character. A field that is not two hex digits counts as 0
-// and is sent all the same. Nothing is read beyond the terminating NUL: a command that ends inside
-// a fixed field or inside an item's digits fails at that point, with a stop condition when the bus
-// was started; an item's bytes go out only when all its digits are there.
+// Values go low byte first on the bus. DD and RR are two hex digits, s any one character. A field
+// that is not two hex digits counts as 0 and is sent all the same. Nothing is read beyond the
+// terminating NUL: a command that ends inside a fixed field or inside an item's digits fails at
+// that point, with a stop condition when the bus was started; an item's bytes go out only when all
+// its digits are there.
 
 // 0 = done, 1 = failure: the device did not acknowledge, an unknown item, a short or null command.
 uint32_t String(Bus& bus, const char* command);
