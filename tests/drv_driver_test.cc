@@ -29,6 +29,9 @@ const char kStillUsed[] = "brisk-- CloseDeviceDriver dwRefCount > 0\n";
 const char kLastUser[] = "brisk-- CloseDeviceDriver dwRefCount = 0\n";
 const std::vector<uint8_t> kImage = {'M', 'Z', 1, 2, 3, 0, 26, 13, 10, 255};
 
+// INVALID_HANDLE_VALUE.
+void* const kNoHandle = reinterpret_cast<void*>(intptr_t{-1});
+
 class DriverTest : public testing::Test {
  protected:
   DriverTest() {
@@ -165,6 +168,19 @@ TEST_F(DriverTest, ServiceThatCannotBeRemovedIsRemovedByTheNextLastUser) {
   EXPECT_FALSE(ServiceExists());
 }
 
+TEST_F(DriverTest, ServiceSteps) {
+  EXPECT_EQ(driver.Drv_Extract(), 0u);
+  EXPECT_EQ(driver.Drv_Remove("other"), 2u);  // none is there
+  EXPECT_EQ(driver.Drv_Install("other", "kgated.sys", false), 0u);
+  EXPECT_FALSE(windows->services()["other"].demandStart);
+  EXPECT_EQ(windows->services()["other"].imagePath, DriverFile());
+  // A stale service that cannot be stopped runs already, which is as good as starting it.
+  windows->stopRefused = true;
+  EXPECT_EQ(driver.Drv_Remove("other"), 1u);
+  EXPECT_EQ(driver.Drv_Install("other", "none.sys", true), 0u);
+  EXPECT_EQ(windows->services()["other"].imagePath, DriverFile());
+}
+
 // ---- The driver file ----
 
 struct ExtractCase {
@@ -237,9 +253,11 @@ TEST_P(DriverFailureTest, CountStaysBalanced) {
   EXPECT_EQ(driver.IsOpen(), test.open == 0);
   EXPECT_EQ(shared().dwDriverStatus, test.status);
   EXPECT_EQ(shared().dwRefCount, test.open == 0 ? 1u : 0u);
+  EXPECT_EQ(shared().hDriver == kNoHandle, test.open != 0);
   driver.Detach();
   driver.Detach();
   EXPECT_EQ(shared().dwRefCount, 0u);
+  EXPECT_EQ(shared().hDriver, kNoHandle);
   EXPECT_EQ(windows->openHandles(), 0u);
   EXPECT_EQ(windows->directAccess(), 0u);
   EXPECT_EQ(ServiceExists(), test.registered);

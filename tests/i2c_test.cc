@@ -283,6 +283,34 @@ TEST_P(I2cOnWires, ReadStrings) {
   }
 }
 
+// Only the device's acknowledge ends a string command.
+TEST_P(I2cOnWires, MissingAcknowledgesInStrings) {
+  for (const char* nak : {"nak@2", "nak@3"}) {
+    SCOPED_TRACE(nak);
+    const bool value = std::strcmp(nak, "nak@3") == 0;
+    Connect(std::string("adapter=") + GetParam().name + ",fault=" + nak);
+    EXPECT_EQ(I2c_String("F4-10-11-22"), 0u);
+    EXPECT_EQ(monitor.Take(), value ? "S F4+ 10+ 11- 22+ P" : "S F4+ 10- 11+ 22+ P");
+  }
+  Connect(std::string("adapter=") + GetParam().name + ",fault=nak@2");
+  EXPECT_EQ(I2c_ReadStringEx("F4-70-F5-"), 0);
+  EXPECT_EQ(monitor.Take().substr(0, 14), "S F4+ 70- Sr F");
+}
+
+// Single bits are built on the byte that Lpt_Output wrote last for the same device type, without
+// its two lowest bits.
+TEST_P(I2cOnWires, SingleBitsOnTheOutputByte) {
+  const uint8_t bit = GetParam().deviceType == 0 ? 0x01 : 0x80;
+  EXPECT_EQ(Lpt_Output(0x57), 0u);
+  BriskSetDevice(GetParam().deviceType == 0 ? 5 : 0);
+  EXPECT_EQ(Lpt_Output(0xA3), 0u);
+  BriskSetDevice(GetParam().deviceType);
+  I2c_BitOut(0);
+  EXPECT_EQ(bench().ports().In(0x378), 0x54);
+  I2c_BitOut(0x40);
+  EXPECT_EQ(bench().ports().In(0x378), 0x54 | bit);
+}
+
 // A line that is held low: every operation ends, and reports it where its result can.
 TEST_P(I2cOnWires, StuckLines) {
   for (const char* fault : {"sda-low", "scl-low"}) {

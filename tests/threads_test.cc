@@ -1,13 +1,16 @@
 // Several threads call at once, as tools with a polling window do. Run under ThreadSanitizer.
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <string>
 #include <thread>
 #include <vector>
 
 #include "brisk/brisk.h"
+#include "brisk/brisk_extensions.h"
 
 #include "support/bench_test.h"
 #include "support/files.h"
@@ -51,6 +54,44 @@ TEST_F(Threads, TransactionsStayWhole) {
   done = true;
   watcher.join();
   EXPECT_EQ(wrong, 0);
+}
+
+struct Transfer {
+  std::thread other;
+  std::atomic<bool> calling{false};
+  std::atomic<bool> answered{false};
+  uint32_t percent = 0;
+  bool early = false;
+};
+
+int BRISK_CALL CallFromAnotherThread(uint32_t /*done*/, uint32_t /*total*/, void* context) {
+  auto& transfer = *static_cast<Transfer*>(context);
+  if (!transfer.other.joinable()) {
+    transfer.other = std::thread([&transfer] {
+      transfer.calling = true;
+      SPIStop();
+      transfer.percent = SPIGetProgress();
+      transfer.answered = true;
+    });
+    while (!transfer.calling) std::this_thread::yield();
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  }
+  transfer.early = transfer.early || transfer.answered;
+  return 0;
+}
+
+// A transfer holds the lock to its end: another thread learns nothing of it and cannot stop it.
+TEST_F(Threads, TransferIsOneUnit) {
+  const TemporaryFolder folder;
+  const std::string out = folder.File("out.bin");
+  Configure("adapter=lpt,flash=w25q16");
+  Transfer transfer;
+  BriskSetProgressCallback(CallFromAnotherThread, &transfer);
+  EXPECT_EQ(SPIProgramToFile(0, 0x1000, out.c_str()), 0x1000u);
+  transfer.other.join();
+  EXPECT_FALSE(transfer.early);
+  EXPECT_EQ(transfer.percent, 100u);
+  BriskSetProgressCallback(nullptr, nullptr);
 }
 
 // Every connect makes the board's object anew; it waits for the operation that uses the old one,
