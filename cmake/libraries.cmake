@@ -34,6 +34,4 @@ function(brisk_shared_library name)
 endfunction()
 
 brisk_shared_library(brisk brisk_objects brisk_platform)
-if(TARGET brisk_sim_objects)
-  brisk_shared_library(brisk_sim brisk_objects brisk_sim_objects)
-endif()
+brisk_shared_library(brisk_sim brisk_objects brisk_sim_objects)

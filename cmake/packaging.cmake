@@ -3,17 +3,11 @@ include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
 set(BRISK_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/brisk)
-set(installed brisk)
-if(TARGET brisk_sim)
-  list(APPEND installed brisk_sim)
-endif()
-install(TARGETS ${installed} EXPORT brisk-targets
+install(TARGETS brisk brisk_sim EXPORT brisk-targets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-if(TARGET brisk_tool)
-  install(TARGETS brisk_tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-endif()
+install(TARGETS brisk_tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/brisk DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(EXPORT brisk-targets NAMESPACE brisk:: DESTINATION ${BRISK_CMAKE_DIR})
 
@@ -28,9 +22,7 @@ string(REGEX REPLACE "[^/]+" ".." BRISK_PC_PREFIX "${CMAKE_INSTALL_LIBDIR}/pkgco
 set(BRISK_PC_PREFIX "\${pcfiledir}/${BRISK_PC_PREFIX}")
 configure_file(${PROJECT_SOURCE_DIR}/packaging/brisk.pc.in ${CMAKE_BINARY_DIR}/brisk.pc @ONLY)
 install(FILES ${CMAKE_BINARY_DIR}/brisk.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
-if(EXISTS ${PROJECT_SOURCE_DIR}/README.md)
-  install(FILES ${PROJECT_SOURCE_DIR}/README.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
-endif()
+install(FILES ${PROJECT_SOURCE_DIR}/README.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME brisk)

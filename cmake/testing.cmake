@@ -1,13 +1,12 @@
 # Tests and fuzzers.
 #
-#   brisk_add_test(NAME source... [PLATFORM sim|system|alone|library|none] [TIMEOUT seconds]
-#                  [LABELS label...] [LIBRARIES target...])
+#   brisk_add_test(NAME source... [PLATFORM sim|system|alone|library] [TIMEOUT seconds]
+#                  [LABELS label...])
 #
 # builds one GoogleTest program and runs it as one test. It links the library's objects and, by
-# PLATFORM, the simulated bench (the default), the operating system's platform, or no platform() at
-# all (the sources then bring their own); `alone` is the system's platform without the library's
-# objects, `library` the shipped library itself. The label `threads` puts it into the
-# ThreadSanitizer run.
+# PLATFORM, the simulated bench (the default) or the operating system's platform; `alone` is the
+# system's platform without the library's objects, `library` the shipped library itself. The label
+# `threads` puts it into the ThreadSanitizer run.
 #
 #   brisk_add_fuzzer(NAME source...)
 #
@@ -54,10 +53,8 @@ function(brisk_platform_libraries result platform)
     set(${result} brisk_platform PARENT_SCOPE)
   elseif(platform STREQUAL "library")
     set(${result} brisk PARENT_SCOPE)
-  elseif(platform STREQUAL "none")
-    set(${result} brisk_objects PARENT_SCOPE)
   else()
-    message(FATAL_ERROR "PLATFORM ${platform}: expected sim, system, alone, library or none")
+    message(FATAL_ERROR "PLATFORM ${platform}: expected sim, system, alone or library")
   endif()
 endfunction()
 
@@ -94,19 +91,19 @@ function(brisk_register_test name)
 endfunction()
 
 function(brisk_add_test name)
-  cmake_parse_arguments(PARSE_ARGV 1 ARG "" "PLATFORM;TIMEOUT" "LABELS;LIBRARIES")
+  cmake_parse_arguments(PARSE_ARGV 1 ARG "" "PLATFORM;TIMEOUT" "LABELS")
   if(NOT ARG_PLATFORM)
     set(ARG_PLATFORM sim)
   endif()
   if(NOT ARG_UNPARSED_ARGUMENTS)
-    message(FATAL_ERROR "${name}: no sources; they come before LABELS and LIBRARIES")
+    message(FATAL_ERROR "${name}: no sources; they come before LABELS")
   endif()
   brisk_platform_libraries(platformLibraries ${ARG_PLATFORM})
   add_executable(${name} ${ARG_UNPARSED_ARGUMENTS})
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
   target_compile_options(${name} PRIVATE ${BRISK_QUICK_COMPILE})
   target_link_libraries(${name} PRIVATE
-    ${platformLibraries} ${ARG_LIBRARIES} brisk_warnings GTest::gtest_main)
+    ${platformLibraries} brisk_warnings GTest::gtest_main)
   if(WIN32)
     target_link_options(${name} PRIVATE -static)
     # GCC 12 sees overlapping and oversized copies inside the standard library that cannot happen.
