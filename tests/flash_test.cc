@@ -236,6 +236,19 @@ int BRISK_CALL StopAfterSelecting(uint32_t /*done*/, uint32_t /*total*/, void* /
   return 0;
 }
 
+int BRISK_CALL Once(uint32_t /*done*/, uint32_t /*total*/, void* calls) {
+  BriskSetProgressCallback(nullptr, nullptr);
+  ++*static_cast<int*>(calls);
+  return 0;
+}
+
+TEST_P(FlashOnWires, CallbackRemovesItself) {
+  int calls = 0;
+  BriskSetProgressCallback(Once, &calls);
+  EXPECT_EQ(SPIProgramToFile(0, 0x500, folder.File("out.bin").c_str()), 0x500u);
+  EXPECT_EQ(calls, 1);
+}
+
 // Selecting another device inside the callback is refused, and a stop means the running transfer
 // even when another process has selected one.
 TEST_P(FlashOnWires, StopMeansTheRunningTransfer) {

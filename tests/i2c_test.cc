@@ -140,10 +140,49 @@ TEST_P(I2cOnWires, MissingAcknowledges) {
     EXPECT_EQ(I2cLib_Write(0, 0xF4, command, 3, data, 2), test.result);
     EXPECT_EQ(monitor.Take(), test.wires);
   }
-  Connect(std::string("adapter=") + GetParam().name + ",fault=nak@2");
-  uint8_t byte = 0;
+  uint8_t byte = 0x3C;
+  const auto connect = [&](const char* nak) {
+    Connect(std::string("adapter=") + GetParam().name + ",fault=" + nak);
+  };
+  connect("nak@2");
   EXPECT_EQ(I2cLib_WriteRead(0, 0xF4, command, 2, &byte, 1), 0);
   EXPECT_EQ(monitor.Take(), "S F4+ 20- 21+ P");
+  connect("nak@3");
+  EXPECT_EQ(I2cLib_WriteRead(0, 0xF4, command, 1, &byte, 1), 0);
+  EXPECT_EQ(monitor.Take(), "S F4+ 20+ Sr F5- P");
+  connect("nak@1");
+  EXPECT_EQ(I2cLib_Read(0, 0xF4, &byte, 1), 0);
+  EXPECT_EQ(monitor.Take(), "S F5- P");
+  EXPECT_EQ(byte, 0x3C);
+
+  connect("nak@1");
+  EXPECT_EQ(I2cWriteHead(0xF4, 0x10), 0u);
+  I2c_Stop();
+  EXPECT_EQ(monitor.Take(), "S F4- P");
+  connect("nak@2");
+  EXPECT_EQ(I2cWriteByte(0xF4, 0x10, 0x55), 0u);
+  EXPECT_EQ(monitor.Take(), "S F4+ 10- P");
+  connect("nak@3");
+  EXPECT_EQ(I2cWriteByte(0xF4, 0x10, 0x55), 0u);
+  EXPECT_EQ(monitor.Take(), "S F4+ 10+ 55- P");
+  connect("nak@2");
+  EXPECT_EQ(I2cReadByte(0xF4, 0x10, &byte), 0u);
+  EXPECT_EQ(monitor.Take(), "S F4+ 10- P");
+  connect("nak@3");
+  EXPECT_EQ(I2cReadByte(0xF4, 0x10, &byte), 0u);
+  EXPECT_EQ(monitor.Take(), "S F4+ 10+ Sr F5- P");
+
+  // Of a block read only the read address counts.
+  connect("nak@1");
+  EXPECT_EQ(I2cReadData(0xF4, command, 2, nullptr, 0), 1u);
+  EXPECT_EQ(monitor.Take().substr(0, 12), "S F4- Sr F5+");
+  connect("nak@2");
+  EXPECT_EQ(I2cReadData(0xF4, command, 2, nullptr, 0), 1u);
+  EXPECT_EQ(monitor.Take().substr(0, 20), "S F4+ 20- 21+ Sr F5+");
+  connect("nak@4");
+  EXPECT_EQ(I2cReadData(0xF4, command, 2, &byte, 1), 0u);
+  EXPECT_EQ(monitor.Take(), "S F4+ 20+ 21+ Sr F5- P");
+  EXPECT_EQ(byte, 0x3C);
 }
 
 TEST_P(I2cOnWires, BufferTransactions) {

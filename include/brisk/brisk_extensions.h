@@ -12,7 +12,8 @@ BRISK_BEGIN_DECLS
  * the transfer as SPIStop would. `done` never exceeds `total`; a file that ends early ends the
  * reports early.
  *
- * SPIGetProgress and SPIStop may be called inside, and mean the running transfer. Every other call
+ * SPIGetProgress and SPIStop may be called inside, and mean the running transfer;
+ * BriskSetProgressCallback, too, for the reports that follow. Every other call
  * to the selected hardware, BriskSetDevice and the connects of the serial bridges return 0 at once
  * and do nothing. The I2C_ family has a lock of its own and is not refused: leave the interfaces
  * alone that a transfer of device type 8 uses. */

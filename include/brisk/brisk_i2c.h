@@ -8,7 +8,10 @@
 
 BRISK_BEGIN_DECLS
 
-/* ---- Bus actions: device types 0, 1, 2, 3, 5, 9 (I2c_Tx and I2c_Rx also 7). ---- */
+/* ---- Bus actions: device types 0, 1, 2, 3, 5, 9 (I2c_Tx and I2c_Rx also 7). ----
+ *
+ * On the other types nothing is sent and no `data` stored, and the results are 0, which for I2c_Tx
+ * and I2c_Rx looks like success: select the device type first. */
 
 BRISK_API void BRISK_CALL I2c_Start(void);
 BRISK_API void BRISK_CALL I2c_RStart(void); /* repeated start */

@@ -22,7 +22,8 @@ BRISK_API uint32_t BRISK_CALL Lpt_Input(uint8_t* value);
 
 /* Port registers of the USB boards: device type 4 addresses the timing-controller board, 8 sets the
  * port pins of the FTDI boards (SetPortVal only: direction nibble, level nibble), every other type
- * the USB debug board. Result: that board's, non-zero for success; 0 without a board. */
+ * the USB debug board. Result: that board's, non-zero for success; 0 without a board, but type 8
+ * always answers 1. */
 BRISK_API uint32_t BRISK_CALL SetPortVal(uint8_t port, uint8_t value);
 BRISK_API uint32_t BRISK_CALL GetPortVal(uint8_t port, uint8_t* value);
 

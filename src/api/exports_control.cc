@@ -24,6 +24,6 @@ BRISK_API void BRISK_CALL BriskEnableDebug(int32_t enable) {
 }
 
 BRISK_API void BRISK_CALL BriskSetProgressCallback(BriskProgressCallback callback, void* context) {
-  brisk::Locked(
+  brisk::Locked<brisk::InCallback::kAllowed>(
       [&](brisk::Instance& instance) { instance.SetProgressCallback(callback, context); });
 }
