@@ -16,8 +16,10 @@ class Link {
   // A byte of the status poll, which some links sample at another edge.
   virtual uint8_t ReadStatus() { return ReadByte(); }
 
-  // An erase command has ended and the wait for it begins.
+  // Moments that some links act on: an erase command has ended and the wait for it begins; a wait
+  // has ended, with the flash ready in time or not.
   virtual void EraseSent() {}
+  virtual void Waited(bool /*inTime*/) {}
 };
 
 }  // namespace brisk::flash

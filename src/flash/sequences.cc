@@ -31,6 +31,7 @@ void Sequences::WaitUntilReady() {
     elapsed = platform().clock.TickCount() - start;
   } while ((status & kWriteInProgress) != 0 && elapsed <= kBusyLimit);
   link_.Deselect();
+  link_.Waited(elapsed < kBusyLimit);
 }
 
 void Sequences::EndErase() {

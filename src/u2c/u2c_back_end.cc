@@ -5,6 +5,7 @@
 #include "base/debug.h"
 #include "i2c/string_command.h"
 #include "i2c/transactions.h"
+#include "u2c/silent_trace.h"
 
 namespace brisk::u2c {
 namespace {
@@ -12,7 +13,10 @@ namespace {
 constexpr uint32_t kMostSubBytes = 4;
 constexpr uint32_t kMostData = sizeof(Transaction::buffer);
 
-bool FitsRecord(uint32_t subCount, uint32_t dataCount) {
+// Whether a record can carry the counts; more sub bytes than it has room for are traced with the
+// line that they were always reported from.
+bool FitsRecord(uint32_t subCount, uint32_t dataCount, int line) {
+  if (subCount > kMostSubBytes) SilentTrace("ASSERT FAIL : %s %d \n", kSourcePath, line);
   return subCount <= kMostSubBytes && dataCount <= kMostData;
 }
 
@@ -98,7 +102,7 @@ uint32_t U2cBackEnd::I2cReadData(uint8_t device, const uint8_t* command, uint32_
                                  uint8_t* data, uint32_t dataLength) {
   if (i2c::Missing(command, commandLength) || i2c::Missing(data, dataLength)) return 0;
   if (commandLength == 3) return ReadWithThreeSubBytes(device, command, {data, dataLength});
-  if (!FitsRecord(commandLength, dataLength)) return 0;
+  if (!FitsRecord(commandLength, dataLength, 792)) return 0;
   Transaction record = MakeRecord(device, commandLength, dataLength);
   record.memoryAddress = MostSignificantFirst(command, commandLength);
   const bool done = adapter_.Read(record);
@@ -144,7 +148,7 @@ uint8_t U2cBackEnd::I2cLib_Write(uint8_t channel, uint16_t address, const uint8_
   if (!UsesRecord(address, firstLength, secondLength)) {
     return i2c::LibWrite(adapter_, address, first, firstLength, second, secondLength);
   }
-  if (!FitsRecord(firstLength, secondLength)) return 0;
+  if (!FitsRecord(firstLength, secondLength, 1397)) return 0;
   Transaction record = MakeRecord(static_cast<uint8_t>(address), firstLength, secondLength);
   record.memoryAddress = InOrder(first, firstLength);
   std::copy_n(second, secondLength, record.buffer);
@@ -167,7 +171,7 @@ uint8_t U2cBackEnd::I2cLib_WriteRead(uint8_t channel, uint16_t address, const ui
   if (i2c::Missing(write, writeLength) || i2c::Missing(read, readLength)) return 0;
   SetSpeedMode(channel);
   if (UsesRecord(address, writeLength, readLength)) {
-    if (!FitsRecord(writeLength, readLength)) return 0;
+    if (!FitsRecord(writeLength, readLength, 1494)) return 0;
     Transaction record = MakeRecord(static_cast<uint8_t>(address), writeLength, readLength);
     record.memoryAddress = InOrder(write, writeLength);
     const bool done = adapter_.Read(record);
@@ -208,5 +212,7 @@ uint32_t U2cBackEnd::Pll_Write(uint8_t /*a*/, uint8_t /*b*/, uint32_t /*c*/, uin
   debugLog.Print(0, "FIXME: not supported yet !!\n");
   return 0;
 }
+
+void U2cBackEnd::SPIStop() { SilentTrace("U2C doesn't support SPIStop_U2c currently\n"); }
 
 }  // namespace brisk::u2c

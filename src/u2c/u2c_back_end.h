@@ -87,6 +87,7 @@ class U2cBackEnd : public BackEnd {
   uint32_t Pll_Write(uint8_t a, uint8_t b, uint32_t c, uint32_t d, uint32_t e) override;
 
   void SPIInit() override { flash_.Prepare(); }
+  void SPIStop() override;
   uint32_t SPIReadID() override { return flash_.ReadId(); }
   void SPIBulkErase() override { flash_.BulkErase(); }
   void SPISectorErase(uint32_t adr) override { flash_.EraseSector(adr); }

@@ -6,6 +6,7 @@
 #include "base/user_message.h"
 #include "flash/commands.h"
 #include "platform/platform.h"
+#include "u2c/silent_trace.h"
 
 namespace brisk::u2c {
 
@@ -17,22 +18,28 @@ void U2cFlash::Prepare() {
   adapter_.MakeLineAnOutput();
 }
 
-void U2cFlash::SendByte(uint8_t byte) { static_cast<void>(adapter_.SpiWrite(&byte, 1)); }
+void U2cFlash::SendByte(uint8_t byte) {
+  if (!adapter_.SpiWrite(&byte, 1)) SilentTrace("SPIWriteByte Fail\n");
+}
 
 void U2cFlash::SendAddress(uint32_t address) {
   std::array<uint8_t, 3> bytes = {static_cast<uint8_t>(address >> 16),
                                   static_cast<uint8_t>(address >> 8),
                                   static_cast<uint8_t>(address)};
-  static_cast<void>(adapter_.SpiWrite(bytes.data(), bytes.size()));
+  if (!adapter_.SpiWrite(bytes.data(), bytes.size())) SilentTrace("spiwrite24adr Fail\n");
 }
 
 uint8_t U2cFlash::ReadByte() {
   uint8_t byte = 0;
-  static_cast<void>(adapter_.SpiRead(&byte));
+  if (!adapter_.SpiRead(&byte)) SilentTrace("SPIReadByte Fail\n");
   return byte;
 }
 
 void U2cFlash::EraseSent() { platform().clock.Sleep(0); }
+
+void U2cFlash::Waited(bool inTime) {
+  if (!inTime) SilentTrace("System is still busy\n");
+}
 
 uint32_t U2cFlash::ReadId() {
   Prepare();

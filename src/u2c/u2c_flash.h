@@ -9,8 +9,8 @@
 
 namespace brisk::u2c {
 
-// The flash over the adapter's SPI, with line 0 as chip select. A transfer that fails on the way is
-// not reported, and the operation goes on.
+// The flash over the adapter's SPI, with line 0 as chip select. What fails on the way is handed to
+// the silent trace, and the operation goes on.
 class U2cFlash : private flash::Link {
  public:
   U2cFlash(U2cAdapter& adapter, ProgressReporter& reporter)
@@ -41,6 +41,7 @@ class U2cFlash : private flash::Link {
   void SendAddress(uint32_t address) override;
   uint8_t ReadByte() override;
   void EraseSent() override;
+  void Waited(bool inTime) override;
 
   U2cAdapter& adapter_;
   flash::Sequences sequences_;
