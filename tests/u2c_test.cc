@@ -1,6 +1,5 @@
 // What the U2C adapter's libraries are called with, export by export, and what comes back.
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <gtest/gtest.h>
@@ -14,141 +13,30 @@
 
 #include "support/bench_test.h"
 #include "support/files.h"
+#include "support/u2c_recorder.h"
 
 namespace brisk {
 namespace {
 
-// ---- Libraries that only write down their calls. ----
-
-std::string calls;
-int32_t status;     // what every call answers
-int32_t getStatus;  // what reading a byte answers
-int refused;        // the byte that is not acknowledged; -1 = none
-int32_t handle;     // what opening answers, and every other call must carry
-
-void Note(const std::string& call) { calls += (calls.empty() ? "" : " ") + call; }
-
-int32_t Answer(int32_t given, const std::string& call) {
-  EXPECT_EQ(given, handle) << call;
-  Note(call);
-  return status;
-}
-
-std::string Hex(const uint8_t* bytes, size_t count) {
-  std::string text;
-  char digits[4];
-  for (size_t i = 0; i < count; ++i) {
-    std::snprintf(digits, sizeof digits, "%02X", unsigned{bytes[i]});
-    text += digits;
-  }
-  return text;
-}
-
-template <int kLetter>
-int32_t BRISK_CALL Plain(int32_t h) {
-  return Answer(h, std::string(1, static_cast<char>(kLetter)));
-}
-
-int32_t BRISK_CALL OpenAdapter() {
-  Note("open");
-  return handle;
-}
-
-int32_t BRISK_CALL Direction(int32_t h, uint32_t mask, uint32_t outputs) {
-  return Answer(h, "dir" + std::to_string(mask) + std::to_string(outputs));
-}
-
-int32_t BRISK_CALL Io(int32_t h, uint32_t value, uint32_t mask) {
-  EXPECT_EQ(mask, 1u);
-  if (value == 1) return Answer(h, "line1");
-  EXPECT_TRUE(value == 0 || value == 0xFFFFFFFE) << value;
-  return Answer(h, value == 0 ? "select" : "line0");
-}
-
-int32_t BRISK_CALL Put(int32_t h, uint8_t byte) {
-  const int32_t answer = Answer(h, Hex(&byte, 1));
-  return byte == refused ? 1 : answer;
-}
-
-int32_t BRISK_CALL Get(int32_t h, uint8_t* byte, int32_t acknowledge) {
-  EXPECT_TRUE(acknowledge == 0 || acknowledge == 1) << acknowledge;
-  *byte = 0x5A;
-  const int32_t answer = Answer(h, acknowledge != 0 ? "get+" : "get-");
-  return getStatus != 0 ? getStatus : answer;
-}
-
-// Address, memory-address length, memory-address field, data length.
-std::string Shown(const uint8_t* record) {
-  uint16_t length = 0;
-  std::memcpy(&length, record + 6, 2);
-  return Hex(record, 1) + "," + Hex(record + 1, 1) + "," + Hex(record + 2, 4) + "," +
-         std::to_string(length);
-}
-
-int32_t BRISK_CALL WriteRecord(int32_t h, void* transaction) {
-  const auto* record = static_cast<const uint8_t*>(transaction);
-  uint16_t length = 0;
-  std::memcpy(&length, record + 6, 2);
-  return Answer(h, "W(" + Shown(record) + "," + Hex(record + 8, length) + ")");
-}
-
-int32_t BRISK_CALL ReadRecord(int32_t h, void* transaction) {
-  auto* record = static_cast<uint8_t*>(transaction);
-  for (int i = 0; i < 256; ++i) record[8 + i] = static_cast<uint8_t>(0xC0 + i);
-  return Answer(h, "R(" + Shown(record) + ")");
-}
-
-int32_t BRISK_CALL I2cCode(int32_t h, uint8_t code) {
-  return Answer(h, "i2c" + std::to_string(code));
-}
-
-int32_t BRISK_CALL SpiCode(int32_t h, uint8_t code) {
-  return Answer(h, "spi" + std::to_string(code));
-}
-
-int32_t BRISK_CALL SpiOut(int32_t h, uint8_t* bytes, uint16_t count) {
-  return Answer(h, ">" + Hex(bytes, count));
-}
-
-int32_t BRISK_CALL SpiIn(int32_t h, uint8_t* bytes, uint16_t count) {
-  std::memset(bytes, 0, count);
-  return Answer(h, "<" + std::string(count > 1 ? std::to_string(count) : ""));
-}
-
-template <typename Function>
-sim::LibraryShelf::Symbol Named(const char* name, Function function) {
-  return {name, 0, reinterpret_cast<void*>(function)};
-}
+using u2c_recorder::Hex;
+using u2c_recorder::recorder;
 
 class U2cCalls : public BenchTest {
  protected:
   U2cCalls() {
-    status = 0;
-    getStatus = 0;
-    refused = -1;
-    handle = 7;
+    recorder = {};
     InstallLibraries();
     I2c_Stop();  // connects
-    calls.clear();
+    recorder.calls.clear();
     ClearDebugText();
   }
 
   static void InstallLibraries() {
-    bench().libraries().Add("U2CCommon", {Named("OpenU2C", OpenAdapter)});
-    bench().libraries().Add("i2cbrdg",
-                            {Named("U2C_SetIoDirection", Direction), Named("U2C_IoWrite", Io),
-                             Named("U2C_Start", Plain<'S'>), Named("U2C_RepeatedStart", Plain<'r'>),
-                             Named("U2C_Stop", Plain<'P'>), Named("U2C_PutByteWithAck", Put),
-                             Named("U2C_GetByteWithAck", Get), Named("U2C_Write", WriteRecord),
-                             Named("U2C_Read", ReadRecord), Named("U2C_SetI2cFreq", I2cCode),
-                             Named("U2C_SpiSetFreq", SpiCode), Named("U2C_SpiWrite", SpiOut),
-                             Named("U2C_SpiRead", SpiIn), Named("U2C_DropSda", Plain<'d'>),
-                             Named("U2C_ReleaseSda", Plain<'D'>), Named("U2C_DropScl", Plain<'c'>),
-                             Named("U2C_ReleaseScl", Plain<'C'>)});
+    u2c_recorder::Install(bench().libraries());
     BriskSetDevice(1);
   }
 
-  std::string Take() { return std::exchange(calls, {}); }
+  std::string Take() { return std::exchange(recorder.calls, {}); }
 
   TemporaryFolder folder;
 };
@@ -173,8 +61,8 @@ TEST_F(U2cCalls, MissingLibrariesAreNamedOnce) {
 
 TEST_F(U2cCalls, MissingFunctionsAreNamedOnce) {
   Configure("");
-  bench().libraries().Add("U2CCommon", {Named("OpenU2C", OpenAdapter)});
-  bench().libraries().Add("i2cbrdg", {Named("U2C_Stop", Plain<'P'>)});
+  bench().libraries().Add("U2CCommon", {u2c_recorder::Named("OpenU2C", u2c_recorder::OpenAdapter)});
+  bench().libraries().Add("i2cbrdg", {u2c_recorder::Named("U2C_Stop", u2c_recorder::Plain<'P'>)});
   BriskSetDevice(1);
   for (int i = 0; i < 2; ++i) {
     I2c_Stop();
@@ -188,7 +76,7 @@ TEST_F(U2cCalls, MissingFunctionsAreNamedOnce) {
 
 TEST_F(U2cCalls, AnAdapterThatAppearsLater) {
   Configure("");
-  handle = -1;
+  recorder.handle = -1;
   InstallLibraries();
   constexpr char kOpening[] = "open dir11 line1";
   I2c_Stop();
@@ -198,7 +86,7 @@ TEST_F(U2cCalls, AnAdapterThatAppearsLater) {
   EXPECT_EQ(Take(), std::string(kOpening) + " " + kOpening + " spi0 dir11 line1");
   I2cSetClockRate(100);
   EXPECT_EQ(Take(), std::string(kOpening) + " " + kOpening + " spi0 dir11 line1 i2c1");
-  handle = 7;
+  recorder.handle = 7;
   I2c_Stop();
   EXPECT_EQ(Take(), std::string(kOpening) + " P");
   I2c_Stop();
@@ -348,7 +236,7 @@ constexpr Call kFailingCalls[] = {
 };
 
 TEST_F(U2cCalls, FailingLibrary) {
-  status = 1;
+  recorder.status = 1;
   for (const Call& call : kFailingCalls) {
     EXPECT_EQ(call.run(), call.result) << call.name;
     EXPECT_EQ(Take(), call.calls) << call.name;
@@ -395,7 +283,7 @@ constexpr Refusal kRefusals[] = {
 
 TEST_F(U2cCalls, RefusedBytes) {
   for (const auto& [byte, call] : kRefusals) {
-    refused = byte;
+    recorder.refused = byte;
     EXPECT_EQ(call.run(), call.result) << call.name << ' ' << byte;
     EXPECT_EQ(Take(), call.calls) << call.name << ' ' << byte;
   }
@@ -409,9 +297,9 @@ TEST_F(U2cCalls, ReceivedBytes) {
       {"I2cLib_WriteRead", [] { return int64_t{I2cLib_WriteRead(2, 0xA0, kSub, 1, received, 2)}; },
        1, "C0C1"}};
   for (const Call& call : reads) {
-    for (status = 0; status <= 1; ++status) {
+    for (recorder.status = 0; recorder.status <= 1; ++recorder.status) {
       std::memset(received, 0x11, sizeof received);
-      EXPECT_EQ(call.run(), status == 0 ? 1 : 0) << call.name;
+      EXPECT_EQ(call.run(), recorder.status == 0 ? 1 : 0) << call.name;
       EXPECT_EQ(Hex(received, 3), std::string(call.calls) + "11") << call.name;
     }
   }
@@ -421,8 +309,8 @@ TEST_F(U2cCalls, ReceivedBytes) {
   uint8_t input = 0xFF;
   Lpt_Input(&input);
   EXPECT_EQ(input, 0);
-  status = 0;
-  getStatus = 1;
+  recorder.status = 0;
+  recorder.getStatus = 1;
   Take();
   // Reading ends there; every byte that was sent was acknowledged.
   EXPECT_EQ(I2cReadData(0x70, kSub, 3, received, 2), 1u);
@@ -499,7 +387,7 @@ TEST_F(U2cCalls, FlashCommands) {
   EXPECT_EQ(DebugText(), "");
 
   // A failing library changes nothing of it.
-  status = 1;
+  recorder.status = 1;
   SPIReadID();
   EXPECT_EQ(Take(), "select >9F < < < line1");
 }

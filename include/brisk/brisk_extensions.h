@@ -13,10 +13,10 @@ BRISK_BEGIN_DECLS
  * reports early.
  *
  * SPIGetProgress and SPIStop may be called inside, and mean the running transfer;
- * BriskSetProgressCallback, too, for the reports that follow. Every other call
- * to the selected hardware, BriskSetDevice and the connects of the serial bridges return 0 at once
- * and do nothing. The I2C_ family has a lock of its own and is not refused: leave the interfaces
- * alone that a transfer of device type 8 uses. */
+ * BriskSetProgressCallback, too, for the reports that follow. Every other call to the selected
+ * hardware, BriskSetDevice and the connects of the serial bridges return 0 at once and do nothing.
+ * The I2C_ family has a lock of its own and is not refused: leave the interfaces alone that a
+ * transfer of device type 8 uses. */
 typedef int(BRISK_CALL* BriskProgressCallback)(uint32_t done, uint32_t total, void* context);
 
 /* Sets the process's progress callback; a null callback removes it. Takes the lock, so it waits for

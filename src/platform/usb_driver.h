@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 
 #include "platform/device_interfaces.h"
@@ -58,19 +57,6 @@ struct TransferHeader {
 
 inline constexpr uint32_t kHeaderSize = 38;
 static_assert(sizeof(TransferHeader) == kHeaderSize);
-static_assert(offsetof(TransferHeader, request) == 1);
-static_assert(offsetof(TransferHeader, value) == 2);
-static_assert(offsetof(TransferHeader, index) == 4);
-static_assert(offsetof(TransferHeader, length) == 6);
-static_assert(offsetof(TransferHeader, timeOut) == 8);
-static_assert(offsetof(TransferHeader, reserved) == 12);
-static_assert(offsetof(TransferHeader, endpoint) == 13);
-static_assert(offsetof(TransferHeader, ntStatus) == 14);
-static_assert(offsetof(TransferHeader, usbdStatus) == 18);
-static_assert(offsetof(TransferHeader, packetOffset) == 22);
-static_assert(offsetof(TransferHeader, packetLength) == 26);
-static_assert(offsetof(TransferHeader, dataOffset) == 30);
-static_assert(offsetof(TransferHeader, dataLength) == 34);
 
 // Isochronous transfers carry one such record per packet between header and data.
 inline constexpr uint32_t kPacketInfoSize = 8;

@@ -1,0 +1,124 @@
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <functional>
+#include <gtest/gtest.h>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/device_control.h"
+#include "platform/usb_driver.h"
+
+namespace brisk::usb {
+
+// A driver whose every answer a test gives.
+struct FakeDriver final : DeviceInterfaces {
+  // What a test makes of one request: whether it succeeds, and the byte count.
+  struct Reply {
+    bool success = true;
+    uint32_t count = 0;
+    uint32_t startError = kErrorIoPending;
+    bool answers = true;  // else it stays pending until it is cancelled
+  };
+
+  struct Request {
+    uint32_t code;
+    std::vector<uint8_t> in;
+    uint32_t outSize;
+  };
+
+  std::vector<std::string> paths = {"first", "second"};
+  std::vector<uint32_t> enumeration = {0, kErrorNoMoreItems};
+  std::map<uint16_t, std::vector<uint8_t>> descriptors;  // by value
+  std::function<Reply(const Request& request, uint8_t* out)> transfer;
+  std::vector<Request> requests;
+  bool closes = true;
+  bool notificationCloses = true;
+  int open = 0;
+  int notifications = 0;
+  bool cancelled = false;
+
+  struct Set final : DeviceInterfaceSet {
+    explicit Set(FakeDriver& owner) : driver(owner) {}
+    uint32_t Enumerate(uint32_t index) override {
+      return index < driver.enumeration.size() ? driver.enumeration[index] : kErrorNoMoreItems;
+    }
+    std::string Path(uint32_t index) override { return driver.paths.at(index); }
+    FakeDriver& driver;
+  };
+  struct Notice final : DeviceNotification {
+    explicit Notice(FakeDriver& owner) : driver(owner) { ++driver.notifications; }
+    bool Close() override {
+      if (driver.notificationCloses) --driver.notifications;
+      return driver.notificationCloses;
+    }
+    FakeDriver& driver;
+  };
+  std::unique_ptr<DeviceInterfaceSet> Present(const Guid& interfaceClass) override {
+    EXPECT_EQ(interfaceClass, kTconInterfaceClass);
+    return std::make_unique<Set>(*this);
+  }
+  std::unique_ptr<DeviceNotification> NotifyOfClass(void* /*window*/, const Guid&) override {
+    return std::make_unique<Notice>(*this);
+  }
+  std::unique_ptr<DeviceNotification> NotifyOfHandle(void* /*window*/, void*) override {
+    return std::make_unique<Notice>(*this);
+  }
+
+  // Descriptor requests are answered from the map, queries with zeros.
+  Reply Run(uint32_t code, const void* in, uint32_t inSize, void* out, uint32_t outSize) {
+    const auto* bytes = static_cast<const uint8_t*>(in);
+    requests.push_back({code, std::vector<uint8_t>(bytes, bytes + inSize), outSize});
+    auto* target = static_cast<uint8_t*>(out);
+    const Request& request = requests.back();
+    if (code == 0x220020 && request.in[0] == 0x80) {
+      const auto found =
+          descriptors.find(static_cast<uint16_t>(request.in[2] | request.in[3] << 8));
+      if (found == descriptors.end()) return {false, 0};
+      const size_t count = std::min<size_t>(found->second.size(), outSize - 38);
+      std::copy_n(found->second.begin(), count, target + 38);
+      return {true, static_cast<uint32_t>(38 + count)};
+    }
+    return transfer ? transfer(request, target) : Reply{true, outSize};
+  }
+
+  struct Pending final : PendingRequest {
+    Pending(FakeDriver& owner, Reply given) : driver(owner), reply(given) {}
+    uint32_t StartError() const override { return reply.startError; }
+    bool Wait(uint32_t milliseconds) override {
+      waited = milliseconds;
+      return reply.answers;
+    }
+    void Wait() override { EXPECT_TRUE(driver.cancelled); }
+    bool Result(uint32_t* bytesReturned) override {
+      *bytesReturned = reply.answers ? reply.count : 0;
+      return reply.success && reply.answers;
+    }
+    FakeDriver& driver;
+    Reply reply;
+    uint32_t waited = 0;
+  };
+  struct OpenDevice final : Device {
+    explicit OpenDevice(FakeDriver& owner) : driver(owner) { ++driver.open; }
+    ~OpenDevice() override { --driver.open; }
+    bool Control(uint32_t code, const void* in, uint32_t inSize, void* out, uint32_t outSize,
+                 uint32_t* bytesReturned) override {
+      const Reply reply = driver.Run(code, in, inSize, out, outSize);
+      if (code == 0x220044) driver.cancelled = true;
+      *bytesReturned = reply.count;
+      return reply.success;
+    }
+    std::unique_ptr<PendingRequest> Begin(uint32_t code, const void* in, uint32_t inSize, void* out,
+                                          uint32_t outSize) override {
+      return std::make_unique<Pending>(driver, driver.Run(code, in, inSize, out, outSize));
+    }
+    bool Close() override { return driver.closes; }
+    void* Handle() const override { return nullptr; }
+    FakeDriver& driver;
+  };
+};
+
+}  // namespace brisk::usb
