@@ -1,6 +1,4 @@
 // The shared section between processes that come, go and are killed.
-#include <array>
-#include <cerrno>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <memory>
@@ -15,30 +13,6 @@
 
 namespace brisk::linux_system {
 namespace {
-
-// A one-byte signal between processes.
-class Gate {
- public:
-  Gate() { EXPECT_EQ(pipe2(ends_.data(), O_CLOEXEC), 0); }
-  Gate(const Gate&) = delete;
-  Gate& operator=(const Gate&) = delete;
-  ~Gate() {
-    close(ends_[0]);
-    close(ends_[1]);
-  }
-  void Open(int passes = 1) {
-    const std::vector<char> bytes(static_cast<size_t>(passes), 'x');
-    EXPECT_EQ(write(ends_[1], bytes.data(), bytes.size()), passes);
-  }
-  void Pass() {
-    char byte = 0;
-    while (read(ends_[0], &byte, 1) < 0 && errno == EINTR) {
-    }
-  }
-
- private:
-  std::array<int, 2> ends_{};
-};
 
 class SharedObjectTest : public testing::Test {
  public:

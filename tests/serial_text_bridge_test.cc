@@ -15,7 +15,6 @@
 namespace brisk {
 namespace {
 
-constexpr uint64_t kMs = 1'000'000;
 constexpr uint8_t kPort = 12;
 
 class TextBridgeTest : public BenchTest {
@@ -42,14 +41,6 @@ class TextBridgeTest : public BenchTest {
     line.onWrite = [this, replies, next = size_t{0}](std::string_view written) mutable {
       if (written == "\n" && next < replies.size()) line.Reply(replies[next++]);
     };
-  }
-
-  static uint64_t Took(const std::function<void()>& call) {
-    const uint64_t past = bench().clock().Now() % kMs;
-    bench().clock().Advance(kMs - past);
-    const uint64_t start = bench().clock().Now();
-    call();
-    return bench().clock().Now() - start;
   }
 
   ScriptedLine line;

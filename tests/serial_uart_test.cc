@@ -18,7 +18,6 @@ namespace {
 using namespace std::string_literals;
 using namespace std::string_view_literals;
 
-constexpr uint64_t kMs = 1'000'000;
 constexpr uint8_t kPort = 12;
 constexpr char kLeave[] = "uartleave\n";
 
@@ -57,18 +56,6 @@ class UartTest : public BenchTest {
   }
 
   // To the beginning of a millisecond, where the waits' clock changes.
-  static void AlignClock() {
-    const uint64_t past = bench().clock().Now() % kMs;
-    bench().clock().Advance(kMs - past);
-  }
-
-  static uint64_t Took(const std::function<void()>& call) {
-    AlignClock();
-    const uint64_t start = bench().clock().Now();
-    call();
-    return bench().clock().Now() - start;
-  }
-
   ScriptedLine line;
 };
 

@@ -3,11 +3,12 @@
 #include <csignal>
 #include <cstdint>
 #include <dlfcn.h>
-#include <functional>
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
+#include "support/child_process.h"
+
+namespace brisk {
 namespace {
 
 // The loaded library, as far as this test calls it. Which device type is selected shows in
@@ -28,47 +29,12 @@ struct Loaded {
 
 constexpr uint8_t kTextBridge = 7;
 
-// A child process that runs `body` and ends with its result.
-class Child {
- public:
-  explicit Child(const std::function<int()>& body) : pid_(fork()) {
-    if (pid_ == 0) _exit(body());
-  }
-  Child(const Child&) = delete;
-  Child& operator=(const Child&) = delete;
-  ~Child() { Wait(); }
-
-  // Exit code, or minus the signal that ended it.
-  int Wait() {
-    if (pid_ <= 0) return result_;
-    int status = 0;
-    waitpid(pid_, &status, 0);
-    pid_ = -1;
-    result_ = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
-    return result_;
-  }
-
- private:
-  pid_t pid_;
-  int result_ = -1000;
-};
-
-struct Pipe {
-  Pipe() { EXPECT_EQ(pipe(ends), 0); }
-  void Pass() const {
-    char byte = 0;
-    EXPECT_EQ(read(ends[0], &byte, 1), 1);
-  }
-  void Open() const { EXPECT_EQ(write(ends[1], "x", 1), 1); }
-  int ends[2] = {-1, -1};
-};
-
 int DeviceTypeIsFresh() { return Loaded().ParallelPort() ? 1 : 0; }
 
 TEST(SharedLibrary, ProcessesSeeEachOthersDeviceType) {
   EXPECT_EQ(Child(DeviceTypeIsFresh).Wait(), 1);
-  const Pipe selected;
-  const Pipe leave;
+  Gate selected;
+  Gate leave;
   Child first([&] {
     const Loaded library;
     library.setDevice(kTextBridge);
@@ -109,3 +75,4 @@ TEST(SharedLibrary, AKilledProcessLeavesNothingBehind) {
 }
 
 }  // namespace
+}  // namespace brisk

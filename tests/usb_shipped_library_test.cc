@@ -7,14 +7,13 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <string>
-#include <sys/wait.h>
-#include <unistd.h>
 #include <vector>
 
 #include "brisk/brisk.h"
 
 #include "api/attach.h"
 #include "platform/platform.h"
+#include "support/child_process.h"
 #include "support/files.h"
 #include "usb/usb_device.h"
 
@@ -50,15 +49,12 @@ class FaultyBoard : public testing::Test {
   template <typename Body>
   static void With(const std::string& fault, Body body) {
     SCOPED_TRACE(fault);
-    const pid_t child = fork();
-    if (child == 0) {
+    Child child([&] {
       setenv("BRISK_SIM", ("adapter=tcon-usb,fault=" + fault).c_str(), 1);
       body();
-      _exit(HasFailure() ? 1 : 0);
-    }
-    int status = -1;
-    waitpid(child, &status, 0);
-    EXPECT_EQ(status, 0);
+      return HasFailure() ? 1 : 0;
+    });
+    EXPECT_EQ(child.Wait(), 0);
   }
 };
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <gtest/gtest.h>
 #include <string>
 
@@ -29,6 +30,22 @@ class BenchTest : public testing::Test {
 
   // Port accesses so far.
   static uint64_t HardwareAccesses() { return bench().ports().accesses(); }
+
+  static constexpr uint64_t kMs = 1'000'000;
+
+  // Moves the bench's clock to a new millisecond, where counts of them begin.
+  static void AlignClock() {
+    const uint64_t past = bench().clock().Now() % kMs;
+    bench().clock().Advance(kMs - past);
+  }
+
+  // What `call` takes on the bench's clock, in nanoseconds.
+  static uint64_t Took(const std::function<void()>& call) {
+    AlignClock();
+    const uint64_t start = bench().clock().Now();
+    call();
+    return bench().clock().Now() - start;
+  }
 
   static std::string DebugText() {
     std::string text;
