@@ -60,7 +60,9 @@ struct Transfer {
   std::thread other;
   std::atomic<bool> calling{false};
   std::atomic<bool> answered{false};
+  uint8_t selected = 0;
   uint32_t percent = 0;
+  bool lockless = false;
   bool early = false;
 };
 
@@ -68,19 +70,23 @@ int BRISK_CALL CallFromAnotherThread(uint32_t /*done*/, uint32_t /*total*/, void
   auto& transfer = *static_cast<Transfer*>(context);
   if (!transfer.other.joinable()) {
     transfer.other = std::thread([&transfer] {
+      transfer.selected = BriskSetDevice(BRISK_DEVICE_LPT);
       transfer.calling = true;
       SPIStop();
       transfer.percent = SPIGetProgress();
       transfer.answered = true;
     });
-    while (!transfer.calling) std::this_thread::yield();
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (!transfer.calling && std::chrono::steady_clock::now() < end) std::this_thread::yield();
+    transfer.lockless = transfer.calling;
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
   }
   transfer.early = transfer.early || transfer.answered;
   return 0;
 }
 
-// A transfer holds the lock to its end: another thread learns nothing of it and cannot stop it.
+// A transfer holds the lock to its end: another thread learns nothing of it and cannot stop it, but
+// can select a device.
 TEST_F(Threads, TransferIsOneUnit) {
   const TemporaryFolder folder;
   const std::string out = folder.File("out.bin");
@@ -89,6 +95,8 @@ TEST_F(Threads, TransferIsOneUnit) {
   BriskSetProgressCallback(CallFromAnotherThread, &transfer);
   EXPECT_EQ(SPIProgramToFile(0, 0x1000, out.c_str()), 0x1000u);
   transfer.other.join();
+  EXPECT_TRUE(transfer.lockless);
+  EXPECT_EQ(transfer.selected, 1);
   EXPECT_FALSE(transfer.early);
   EXPECT_EQ(transfer.percent, 100u);
   BriskSetProgressCallback(nullptr, nullptr);
