@@ -200,6 +200,25 @@ TEST_F(TextBridgeTest, Transactions) {
   EXPECT_EQ(got[1], 0xF0);  // of "read"
 }
 
+// The bridge sends on until it is told that the PC has enough: the rest is nobody's answer.
+TEST_F(TextBridgeTest, SurplusOfAReadIsDropped) {
+  Connected();
+  line.onWrite = [this](std::string_view written) {
+    if (written == "\n") line.Reply("1\n78xyz");
+    if (written == "1\n") line.Reply("0");
+  };
+  uint8_t byte = 0;
+  for (int i = 0; i < 3; ++i) {
+    EXPECT_EQ(I2cLib_W1ByteR1Byte(0, 0xA0, 0x05, &byte), 1);
+    EXPECT_EQ(byte, 0x78);
+  }
+
+  // What comes too late to be dropped costs one transaction, not all that follow.
+  AnswerLines({"01\n", "1\n"});
+  EXPECT_EQ(I2cLib_W1Byte(0, 0xA0, 0x05), 0);
+  EXPECT_EQ(I2cLib_W1Byte(0, 0xA0, 0x05), 1);
+}
+
 TEST_F(TextBridgeTest, LongWritesArriveWhole) {
   Connected();
   AnswerLines({"1\n"});

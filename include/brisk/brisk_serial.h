@@ -22,8 +22,10 @@
  * 130 at 9600) between one awaited byte and the next; then the operation fails, except that a byte
  * of a block read whose address was acknowledged leaves its place in the buffer as it was. An
  * answer that comes later is not taken for the next one: until a wait has been answered in time
- * again, whatever has arrived is dropped before anything is sent. While no port is open, operations
- * send nothing and fail after the same time. */
+ * again, whatever has arrived is dropped before anything is sent. So is what the text bridge sends
+ * besides the bytes that a read wants, which it does until it is told to stop; a character of that
+ * which crosses the next command fails this one command. While no port is open, operations send
+ * nothing and fail after the same time. */
 
 BRISK_BEGIN_DECLS
 

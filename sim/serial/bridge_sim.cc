@@ -77,13 +77,16 @@ void WriteAll(int descriptor, const uint8_t* bytes, size_t count) {
 bool Serve(const Terminal& terminal, SerialLine& line, const VirtualClock& clock, bool untilEnd) {
   uint8_t buffer[4096];
   for (;;) {
+    // The PC's bytes may have come as early as this. On a busy machine this program runs late; the
+    // bridge it stands for does not.
+    const uint64_t lastLooked = clock.Now();
     pollfd files[] = {{terminal.descriptor(), POLLIN, 0}, {STDIN_FILENO, POLLIN, 0}};
     if (poll(files, untilEnd ? 2 : 1, MillisecondsUntilWork(line, clock)) < 0 && errno != EINTR) {
       return false;
     }
     if ((files[0].revents & POLLIN) != 0) {
       const ssize_t count = read(terminal.descriptor(), buffer, sizeof buffer);
-      if (count > 0) line.Send({buffer, static_cast<size_t>(count)});
+      if (count > 0) line.Send({buffer, static_cast<size_t>(count)}, lastLooked);
     } else if ((files[0].revents & POLLHUP) != 0) {
       usleep(2000);  // nobody has the port open
     }

@@ -28,11 +28,13 @@ void SerialLine::SetRate(uint32_t bitsPerSecond) {
 
 bool SerialLine::Gone() const { return faults_.Active(FaultKind::kLineGone); }
 
-void SerialLine::Send(std::span<const uint8_t> bytes) {
+void SerialLine::Send(std::span<const uint8_t> bytes) { Send(bytes, clock_.Now()); }
+
+void SerialLine::Send(std::span<const uint8_t> bytes, uint64_t at) {
   sent_.insert(sent_.end(), bytes.begin(), bytes.end());
   if (Gone()) return;
   for (const uint8_t value : bytes) {
-    toBridgeFree_ = std::max(toBridgeFree_, clock_.Now()) + byteNs_;
+    toBridgeFree_ = std::max(toBridgeFree_, at) + byteNs_;
     toBridge_.push_back({value, toBridgeFree_});
   }
 }

@@ -30,8 +30,9 @@ class SerialLine final : public BridgeLine {
   // How long a streaming bridge waits before each character, at the least.
   void SetLeastPause(uint64_t nanoseconds) { leastPause_ = nanoseconds; }
 
-  // The PC's side.
+  // The PC's side. What is sent goes out now, or did so at the time that the caller knows better.
   void Send(std::span<const uint8_t> bytes);
+  void Send(std::span<const uint8_t> bytes, uint64_t at);
   size_t Waiting();
   size_t Take(uint8_t* buffer, size_t count);
   void DropReceived() { toPc_.clear(); }

@@ -82,6 +82,7 @@ uint8_t TextBridgeBackEnd::ReadStatus() {
   if (!port_.WaitByte(&digit)) return 0;
   uint8_t dropped = 0;
   port_.WaitByte(&dropped);
+  if (dropped != kLineEnd.front()) port_.ExpectSurplus();  // this was not the line's answer
   return digit == '1' ? 1 : 0;
 }
 
@@ -106,6 +107,7 @@ uint8_t TextBridgeBackEnd::I2cLib_Read(uint8_t /*channel*/, uint16_t address, ui
     for (uint32_t i = 0; i < length; ++i) I2cRead(data + i, 0);
     uint8_t dropped = 0;
     port_.WaitByte(&dropped);
+    port_.ExpectSurplus();  // the bridge sends on until it is told
   }
   SendText(kAnswerTaken);
   return status;

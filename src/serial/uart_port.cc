@@ -42,7 +42,7 @@ bool UartPort::Open(uint8_t number, uint32_t bitsPerSecond) {
     return false;
   }
   port_->Configure(bitsPerSecond);
-  replyMissed_ = false;
+  dropFirst_ = false;
   return true;
 }
 
@@ -55,7 +55,7 @@ int UartPort::Close() {
 
 void UartPort::uart_write(const uint8_t* bytes, size_t count) {
   if (port_ == nullptr) return;
-  if (replyMissed_) DropWaiting();
+  if (dropFirst_) DropWaiting();
   port_->Write(bytes, count);
 }
 

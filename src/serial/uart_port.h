@@ -13,7 +13,8 @@ namespace brisk::serial {
 // While no port is open nothing is sent and nothing is waiting, so that every wait runs out.
 //
 // An answer that comes too late would be taken for the next one, and so on for good. From a wait
-// that ran out until one that did not, whatever has arrived is dropped before anything is sent.
+// that ran out, or a notice of bytes that nobody wants, until a wait that did not run out, whatever
+// has arrived is dropped before anything is sent.
 class UartPort {
  public:
   // `recordedRate` in bits per second, until the first connect; never 0.
@@ -46,7 +47,9 @@ class UartPort {
   // Drops bytes until `marker`, all within one reply time-out.
   bool WaitMarker(uint8_t marker);
   // For waits of others: whether the reply came in time.
-  void NoteReply(bool inTime) { replyMissed_ = !inTime; }
+  void NoteReply(bool inTime) { dropFirst_ = !inTime; }
+  // More may come than was asked for.
+  void ExpectSurplus() { dropFirst_ = true; }
 
   // What every busy poll does while nothing has arrived: gives the processor to whoever is ready
   // and comes straight back when nobody is. The shortest sleep would cost an answer a millisecond.
@@ -57,7 +60,7 @@ class UartPort {
 
   std::unique_ptr<SerialPort> port_;
   uint32_t recordedRate_;
-  bool replyMissed_ = false;
+  bool dropFirst_ = false;
 };
 
 // A rate of 0 has no reply time-out and no line: false, and the debug log says so for `caller`.
