@@ -21,6 +21,8 @@ if(WIN32)
   set(BRISK_WINE_PREFIX ${CMAKE_BINARY_DIR}/wine)
   find_program(BRISK_WINE64 NAMES wine64 wine64-stable PATHS /usr/lib/wine
     NO_CMAKE_FIND_ROOT_PATH)
+  find_program(BRISK_WINESERVER NAMES wineserver64 wineserver PATHS /usr/lib/wine
+    NO_CMAKE_FIND_ROOT_PATH)
 endif()
 
 if(WIN32 OR BRISK_SANITIZE)
@@ -32,12 +34,18 @@ else()
   find_package(GTest REQUIRED)
 endif()
 
-# Under Wine the prefix is made once, before the first test that needs it.
+# Under Wine the prefix is made and its server started before the first test that needs them; the
+# server ends after the last one.
 if(WIN32 AND CMAKE_SIZEOF_VOID_P EQUAL 8 AND BRISK_WINE64)
-  add_test(NAME wine_prefix
-    COMMAND ${CMAKE_COMMAND} -E env "WINEPREFIX=${BRISK_WINE_PREFIX}"
-      WINEDLLOVERRIDES=mscoree,mshtml= WINEDEBUG=-all ${BRISK_WINE64} wineboot.exe --init)
-  set_tests_properties(wine_prefix PROPERTIES FIXTURES_SETUP wine_prefix TIMEOUT 300)
+  foreach(action start stop)
+    add_test(NAME wine_${action}
+      COMMAND ${PROJECT_SOURCE_DIR}/scripts/wine-server ${action} ${BRISK_WINE64}
+        ${BRISK_WINESERVER})
+    set_tests_properties(wine_${action} PROPERTIES TIMEOUT 300
+      ENVIRONMENT "WINEPREFIX=${BRISK_WINE_PREFIX};WINEDLLOVERRIDES=mscoree,mshtml=;WINEDEBUG=-all")
+  endforeach()
+  set_tests_properties(wine_start PROPERTIES FIXTURES_SETUP wine)
+  set_tests_properties(wine_stop PROPERTIES FIXTURES_CLEANUP wine)
 endif()
 
 # What the ThreadSanitizer run builds.
@@ -62,13 +70,14 @@ endfunction()
 function(brisk_under_wine)
   set_tests_properties(${ARGV} PROPERTIES
     ENVIRONMENT "WINEPREFIX=${BRISK_WINE_PREFIX};WINEDLLOVERRIDES=mscoree,mshtml=;WINEDEBUG=-all;WINEPATH=Z:${CMAKE_BINARY_DIR}"
-    FIXTURES_REQUIRED wine_prefix)
+    FIXTURES_REQUIRED wine)
 endfunction()
 
 # Registers a program as a test where this machine can run it: 64-bit Windows programs run under
-# Wine, 32-bit ones, each in a folder of its own, where scripts/run-win32 finds a way.
+# Wine and must say LAST_WORDS, by default GoogleTest's; 32-bit ones, each in a folder of its own,
+# where scripts/run-win32 finds a way.
 function(brisk_register_test name)
-  cmake_parse_arguments(PARSE_ARGV 1 ARG "" "TIMEOUT" "LABELS;ARGUMENTS")
+  cmake_parse_arguments(PARSE_ARGV 1 ARG "" "TIMEOUT;LAST_WORDS" "LABELS;ARGUMENTS")
   if(NOT ARG_TIMEOUT)
     set(ARG_TIMEOUT 300)
   endif()
@@ -82,7 +91,11 @@ function(brisk_register_test name)
     if(NOT BRISK_WINE64)
       return()
     endif()
-    add_test(NAME ${name} COMMAND ${BRISK_WINE64} $<TARGET_FILE:${name}> ${ARG_ARGUMENTS})
+    if(NOT ARG_LAST_WORDS)
+      set(ARG_LAST_WORDS "[  PASSED  ]")
+    endif()
+    add_test(NAME ${name} COMMAND ${PROJECT_SOURCE_DIR}/scripts/run-wine "${ARG_LAST_WORDS}"
+      ${BRISK_WINE64} $<TARGET_FILE:${name}> ${ARG_ARGUMENTS})
     brisk_under_wine(${name})
   else()
     add_test(NAME ${name} COMMAND ${name} ${ARG_ARGUMENTS})

@@ -130,5 +130,6 @@ int main(int argc, char** argv) {
   MakeFile(source, bytes);
   ProgramFlash(source);
   ReadBack(copy, bytes);
+  puts("the first walk is done");
   return 0;
 }
