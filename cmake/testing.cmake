@@ -19,6 +19,8 @@ if(WIN32)
   # Wine with a prefix of this build's own. Test programs are linked statically, so that they find
   # no compiler run time missing.
   set(BRISK_WINE_PREFIX ${CMAKE_BINARY_DIR}/wine)
+  set(BRISK_WINE_ENVIRONMENT
+    "WINEPREFIX=${BRISK_WINE_PREFIX};WINEDLLOVERRIDES=mscoree,mshtml=;WINEDEBUG=-all")
   find_program(BRISK_WINE64 NAMES wine64 wine64-stable PATHS /usr/lib/wine
     NO_CMAKE_FIND_ROOT_PATH)
   find_program(BRISK_WINESERVER NAMES wineserver64 wineserver PATHS /usr/lib/wine
@@ -41,8 +43,8 @@ if(WIN32 AND CMAKE_SIZEOF_VOID_P EQUAL 8 AND BRISK_WINE64)
     add_test(NAME wine_${action}
       COMMAND ${PROJECT_SOURCE_DIR}/scripts/wine-server ${action} ${BRISK_WINE64}
         ${BRISK_WINESERVER})
-    set_tests_properties(wine_${action} PROPERTIES TIMEOUT 300
-      ENVIRONMENT "WINEPREFIX=${BRISK_WINE_PREFIX};WINEDLLOVERRIDES=mscoree,mshtml=;WINEDEBUG=-all")
+    set_tests_properties(wine_${action} PROPERTIES
+      TIMEOUT 300 ENVIRONMENT "${BRISK_WINE_ENVIRONMENT}")
   endforeach()
   set_tests_properties(wine_start PROPERTIES FIXTURES_SETUP wine)
   set_tests_properties(wine_stop PROPERTIES FIXTURES_CLEANUP wine)
@@ -69,7 +71,7 @@ endfunction()
 # Gives a test this build's Wine prefix, and its libraries to find.
 function(brisk_under_wine)
   set_tests_properties(${ARGV} PROPERTIES
-    ENVIRONMENT "WINEPREFIX=${BRISK_WINE_PREFIX};WINEDLLOVERRIDES=mscoree,mshtml=;WINEDEBUG=-all;WINEPATH=Z:${CMAKE_BINARY_DIR}"
+    ENVIRONMENT "${BRISK_WINE_ENVIRONMENT};WINEPATH=Z:${CMAKE_BINARY_DIR}"
     FIXTURES_REQUIRED wine)
 endfunction()
 
