@@ -10,8 +10,8 @@
 #include "brisk/brisk.h"
 #include "brisk/brisk_sim.h"
 
+#include "adapters/lpt/ports.h"
 #include "api/instance.h"
-#include "lpt/ports.h"
 
 namespace {
 

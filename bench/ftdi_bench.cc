@@ -5,10 +5,10 @@
 #include <memory>
 #include <new>
 
-#include "bench.h"
-#include "ftdi/command_queue.h"
-#include "ftdi/d2xx.h"
-#include "ftdi/devices.h"
+#include "adapters/ftdi/command_queue.h"
+#include "adapters/ftdi/d2xx.h"
+#include "adapters/ftdi/devices.h"
+#include "sim/config/bench.h"
 
 namespace {
 

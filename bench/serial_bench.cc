@@ -9,7 +9,7 @@
 #include "brisk/brisk_serial.h"
 #include "brisk/brisk_sim.h"
 
-#include "bench.h"
+#include "sim/config/bench.h"
 
 namespace {
 

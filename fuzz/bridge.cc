@@ -12,7 +12,7 @@
 #include "brisk/brisk_serial.h"
 
 #include "api/attach.h"
-#include "bench.h"
+#include "sim/config/bench.h"
 #include "tests/support/scripted_port.h"
 
 namespace {

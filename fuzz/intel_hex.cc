@@ -1,5 +1,5 @@
 // Firmware files: whatever the text, no byte comes from behind it, and no chunk leaves its RAM.
-#include "usb/intel_hex.h"
+#include "adapters/tcon_board/intel_hex.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "bench.h"
-#include "usb/usb_device.h"
+#include "adapters/tcon_board/usb_device.h"
+#include "sim/config/bench.h"
 
 namespace {
 

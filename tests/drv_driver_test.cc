@@ -10,9 +10,9 @@
 #include "brisk/brisk.h"
 
 #include "api/attach.h"
-#include "io/drv/driver.h"
-#include "sim/bench.h"
-#include "sim/windows_services.h"
+#include "port_driver/driver.h"
+#include "sim/config/bench.h"
+#include "sim/pc/windows_services.h"
 #include "support/files.h"
 
 namespace brisk {

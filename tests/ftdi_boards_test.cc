@@ -7,12 +7,12 @@
 #include <string>
 #include <thread>
 
-#include "eeprom.h"
-#include "ftdi/ftdi_adapter.h"
+#include "sim/adapters/ftdi/ftdi_adapter.h"
+#include "sim/board/eeprom.h"
+#include "sim/board/timing_controller.h"
 #include "support/files.h"
 #include "support/ftdi_bench.h"
 #include "support/i2c_monitor.h"
-#include "timing_controller.h"
 
 namespace brisk {
 namespace {

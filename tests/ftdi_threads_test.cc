@@ -4,8 +4,8 @@
 #include <thread>
 #include <vector>
 
+#include "sim/board/timing_controller.h"
 #include "support/ftdi_bench.h"
-#include "timing_controller.h"
 
 namespace brisk {
 namespace {

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "bench.h"
 #include "image/jpeg.h"
+#include "sim/config/bench.h"
 #include "support/files.h"
 #include "support/jpeg_model.h"
 

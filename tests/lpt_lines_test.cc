@@ -6,9 +6,9 @@
 #include <utility>
 #include <vector>
 
-#include "lpt/lpt_i2c.h"
-#include "lpt/lpt_spi.h"
-#include "lpt/ports.h"
+#include "adapters/lpt/lpt_i2c.h"
+#include "adapters/lpt/lpt_spi.h"
+#include "adapters/lpt/ports.h"
 
 namespace brisk::lpt {
 namespace {

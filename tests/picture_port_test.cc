@@ -7,11 +7,11 @@
 #include "brisk/brisk.h"
 
 #include "image/jpeg.h"
-#include "picture_receiver.h"
+#include "sim/board/picture_receiver.h"
+#include "sim/board/timing_controller.h"
 #include "support/bench_test.h"
 #include "support/files.h"
 #include "support/jpeg_model.h"
-#include "timing_controller.h"
 
 namespace brisk {
 namespace {

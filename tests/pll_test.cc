@@ -1,5 +1,5 @@
 // The divider searches against every candidate there is.
-#include "flash/pll.h"
+#include "pll/pll.h"
 
 #include <algorithm>
 #include <array>

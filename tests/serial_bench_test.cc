@@ -7,11 +7,11 @@
 #include "brisk/brisk.h"
 #include "brisk/brisk_serial.h"
 
-#include "register_file.h"
-#include "serial/bridge_adapter.h"
+#include "sim/adapters/bridges/bridge_adapter.h"
+#include "sim/board/register_file.h"
+#include "sim/board/timing_controller.h"
 #include "support/bench_test.h"
 #include "support/i2c_monitor.h"
-#include "timing_controller.h"
 
 namespace brisk {
 namespace {

@@ -6,11 +6,11 @@
 #include "brisk/brisk_sim.h"
 
 #include "api/attach.h"
-#include "lpt_adapter.h"
-#include "nor_flash.h"
+#include "sim/adapters/lpt/lpt_adapter.h"
+#include "sim/board/nor_flash.h"
+#include "sim/board/timing_controller.h"
 #include "support/files.h"
 #include "support/wire_master.h"
-#include "timing_controller.h"
 
 namespace brisk {
 namespace {

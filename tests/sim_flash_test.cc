@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 #include <optional>
 
-#include "nor_flash.h"
+#include "sim/board/nor_flash.h"
 #include "support/files.h"
 #include "support/wire_master.h"
 

@@ -2,9 +2,9 @@
 #include <gtest/gtest.h>
 #include <optional>
 
-#include "eeprom.h"
+#include "sim/board/eeprom.h"
+#include "sim/board/timing_controller.h"
 #include "support/wire_master.h"
-#include "timing_controller.h"
 
 namespace brisk {
 namespace {

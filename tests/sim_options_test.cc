@@ -1,9 +1,9 @@
 // The texts that describe a bench and its faults.
 #include <gtest/gtest.h>
 
-#include "adapter.h"
-#include "nor_flash.h"
-#include "options.h"
+#include "sim/board/nor_flash.h"
+#include "sim/config/adapter.h"
+#include "sim/config/options.h"
 
 namespace brisk::sim {
 namespace {

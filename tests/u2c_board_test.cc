@@ -9,13 +9,13 @@
 #include "brisk/brisk.h"
 #include "brisk/brisk_extensions.h"
 
-#include "picture_receiver.h"
+#include "sim/adapters/u2c/u2c_device.h"
+#include "sim/board/picture_receiver.h"
+#include "sim/board/timing_controller.h"
 #include "support/bench_test.h"
 #include "support/files.h"
 #include "support/i2c_monitor.h"
 #include "support/jpeg_model.h"
-#include "timing_controller.h"
-#include "u2c/u2c_device.h"
 
 namespace brisk {
 namespace {

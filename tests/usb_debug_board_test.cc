@@ -11,12 +11,12 @@
 #include "brisk/brisk.h"
 #include "brisk/brisk_extensions.h"
 
-#include "eeprom.h"
+#include "sim/adapters/debug_board/debug_board_adapter.h"
+#include "sim/board/eeprom.h"
+#include "sim/board/timing_controller.h"
 #include "support/bench_test.h"
 #include "support/files.h"
 #include "support/i2c_monitor.h"
-#include "timing_controller.h"
-#include "usb/debug_board_adapter.h"
 
 namespace brisk {
 namespace {

@@ -1,5 +1,5 @@
 // The USB device class at its driver: the bytes of every request, and what it makes of answers.
-#include "usb/usb_device.h"
+#include "adapters/tcon_board/usb_device.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -14,10 +14,10 @@
 #include <utility>
 #include <vector>
 
-#include "bench.h"
+#include "adapters/tcon_board/tcon_usb.h"
+#include "sim/config/bench.h"
 #include "support/files.h"
 #include "support/usb_fake_driver.h"
-#include "usb/tcon_usb.h"
 
 namespace brisk::usb {
 namespace {

@@ -11,11 +11,11 @@
 
 #include "brisk/brisk.h"
 
+#include "adapters/tcon_board/usb_device.h"
 #include "api/attach.h"
 #include "platform/platform.h"
 #include "support/child_process.h"
 #include "support/files.h"
-#include "usb/usb_device.h"
 
 namespace brisk {
 namespace {

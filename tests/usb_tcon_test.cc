@@ -15,12 +15,12 @@
 
 #include "brisk/brisk.h"
 
+#include "adapters/tcon_board/tcon_usb.h"
+#include "sim/adapters/tcon_board/fx2_adapter.h"
+#include "sim/board/timing_controller.h"
 #include "support/bench_test.h"
 #include "support/files.h"
 #include "support/i2c_monitor.h"
-#include "timing_controller.h"
-#include "usb/fx2_adapter.h"
-#include "usb/tcon_usb.h"
 
 namespace brisk {
 namespace {

@@ -11,9 +11,9 @@
 
 #include "brisk/brisk.h"
 
+#include "sim/board/timing_controller.h"
 #include "support/bench_test.h"
 #include "support/files.h"
-#include "timing_controller.h"
 
 namespace brisk {
 namespace {

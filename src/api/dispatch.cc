@@ -2,13 +2,13 @@
 
 #include "brisk/brisk.h"
 
-#include "ftdi/ftdi_back_end.h"
-#include "lpt/lpt_back_end.h"
-#include "serial/text_bridge_back_end.h"
-#include "serial/uart_back_end.h"
-#include "u2c/u2c_back_end.h"
-#include "usb/debug_board.h"
-#include "usb/tcon_usb.h"
+#include "adapters/debug_board/debug_board.h"
+#include "adapters/ftdi/ftdi_back_end.h"
+#include "adapters/lpt/lpt_back_end.h"
+#include "adapters/tcon_board/tcon_usb.h"
+#include "adapters/text_bridge/text_bridge_back_end.h"
+#include "adapters/u2c/u2c_back_end.h"
+#include "adapters/uart_bridge/uart_back_end.h"
 
 namespace brisk {
 

@@ -4,10 +4,10 @@
 #include <cstdint>
 #include <memory>
 
+#include "adapters/lpt/ports.h"
 #include "api/back_end.h"
 #include "base/progress.h"
-#include "io/drv/driver.h"
-#include "lpt/ports.h"
+#include "port_driver/driver.h"
 
 namespace brisk {
 

@@ -7,12 +7,12 @@
 
 #include "brisk/brisk_extensions.h"
 
+#include "adapters/lpt/ports.h"
 #include "api/attach.h"
 #include "api/dispatch.h"
 #include "base/progress.h"
-#include "io/drv/driver.h"
-#include "lpt/ports.h"
 #include "platform/platform.h"
+#include "port_driver/driver.h"
 
 namespace brisk {
 

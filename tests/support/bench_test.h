@@ -6,8 +6,8 @@
 #include <string>
 
 #include "api/attach.h"
-#include "bench.h"
-#include "nor_flash.h"
+#include "sim/board/nor_flash.h"
+#include "sim/config/bench.h"
 
 namespace brisk {
 

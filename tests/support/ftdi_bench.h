@@ -8,9 +8,9 @@
 #include "brisk/brisk.h"
 #include "brisk/brisk_ftdi.h"
 
+#include "adapters/ftdi/engine_owner.h"
 #include "bench_test.h"
-#include "ftdi/d2xx_functions.h"
-#include "ftdi/engine_owner.h"
+#include "sim/adapters/ftdi/d2xx_functions.h"
 
 namespace brisk {
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <utility>
 
-#include "wires.h"
+#include "sim/board/wires.h"
 
 namespace brisk {
 

@@ -11,7 +11,7 @@
 
 #include "brisk/brisk_types.h"
 
-#include "bench.h"
+#include "sim/config/bench.h"
 
 namespace brisk {
 

@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "bench.h"
+#include "sim/config/bench.h"
 
 namespace brisk {
 

@@ -8,7 +8,7 @@
 
 #include "brisk/brisk_types.h"
 
-#include "bench.h"
+#include "sim/config/bench.h"
 
 namespace brisk::u2c_recorder {
 

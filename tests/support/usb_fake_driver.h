@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "contracts/tcon_driver.h"
 #include "platform/device_control.h"
-#include "platform/usb_driver.h"
 
 namespace brisk::usb {
 

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "bench.h"
+#include "sim/config/bench.h"
 
 namespace brisk {
 

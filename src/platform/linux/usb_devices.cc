@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
+#include "contracts/tcon_driver.h"
 #include "platform/linux/usb_library.h"
 #include "platform/linux/usb_request.h"
-#include "platform/usb_driver.h"
 
 namespace brisk::linux_system {
 namespace {

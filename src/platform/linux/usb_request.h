@@ -5,9 +5,9 @@
 #include <span>
 #include <vector>
 
+#include "contracts/tcon_driver.h"
 #include "platform/device_control.h"
 #include "platform/linux/usb_library.h"
-#include "platform/usb_driver.h"
 
 namespace brisk::linux_system {
 

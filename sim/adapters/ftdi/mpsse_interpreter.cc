@@ -1,0 +1,225 @@
+#include "sim/adapters/ftdi/mpsse_interpreter.h"
+
+#include <utility>
+
+namespace brisk::sim {
+namespace {
+
+// How long the engine takes for a byte that comes from USB: a full-speed chip gets no more than
+// about a megabyte a second, a hi-speed one about thirty.
+constexpr uint64_t kFullSpeedByteNs = 1000;
+constexpr uint64_t kHiSpeedByteNs = 33;
+
+constexpr uint8_t kClockPin = 0x01;
+constexpr uint8_t kDataOutPin = 0x02;
+constexpr uint8_t kDataInPin = 0x04;
+
+// Bits of a shift command.
+constexpr uint8_t kWriteOnFalling = 0x01;
+constexpr uint8_t kBitCount = 0x02;  // the length is in bits, of one byte
+constexpr uint8_t kReadOnFalling = 0x04;
+constexpr uint8_t kLsbFirst = 0x08;
+constexpr uint8_t kWrites = 0x10;
+constexpr uint8_t kReads = 0x20;
+
+struct Known {
+  uint8_t command;
+  uint8_t arguments;
+  bool hiSpeedOnly;
+};
+
+// Commands other than shifts.
+constexpr Known kKnown[] = {
+    {0x80, 2, false},  // set low pins: value, direction
+    {0x81, 0, false},  // read low pins
+    {0x82, 2, false},  // set high pins
+    {0x83, 0, false},  // read high pins
+    {0x84, 0, false},  // loopback on
+    {0x85, 0, false},  // loopback off
+    {0x86, 2, false},  // divisor: low, high
+    {0x87, 0, false},  // send immediate
+    {0x8A, 0, true},   // divide by five off
+    {0x8B, 0, true},   // divide by five on
+    {0x8C, 0, true},   // three-phase clocking on
+    {0x8D, 0, true},   // three-phase clocking off
+    {0x96, 0, true},   // adaptive clocking on
+    {0x97, 0, true},   // adaptive clocking off
+};
+
+bool IsShift(uint8_t command) {
+  return command >= 0x10 && command < 0x40 && (command & (kWrites | kReads)) != 0;
+}
+
+const Known* Find(uint8_t command) {
+  for (const Known& known : kKnown) {
+    if (known.command == command) return &known;
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+Mpsse::Mpsse(MpssePins& pins, VirtualClock& clock, bool hiSpeed)
+    : pins_(pins), clock_(clock), hiSpeed_(hiSpeed) {}
+
+void Mpsse::Reset() {
+  expect_ = Expect::kCommand;
+  arguments_.clear();
+  low_ = 0;
+  lowDirection_ = 0;
+  divisor_ = 0;
+  divideByFive_ = true;
+  loopback_ = false;
+  immediate_ = false;
+  answers_.clear();
+  DrivePins();
+  pins_.DriveHigh(0, 0);
+}
+
+std::vector<uint8_t> Mpsse::TakeAnswers(bool* immediate) {
+  *immediate = std::exchange(immediate_, false);
+  return std::exchange(answers_, {});
+}
+
+uint64_t Mpsse::bitTimeNs() const {
+  const uint64_t baseMHz = hiSpeed_ && !divideByFive_ ? 60 : 12;
+  return (uint64_t{divisor_} + 1) * 2 * 1000 / baseMHz;
+}
+
+void Mpsse::Take(uint8_t byte) {
+  clock_.Spend(hiSpeed_ ? kHiSpeedByteNs : kFullSpeedByteNs);
+  switch (expect_) {
+    case Expect::kCommand:
+      Begin(byte);
+      return;
+    case Expect::kArguments:
+      arguments_.push_back(byte);
+      if (arguments_.size() == argumentsWanted_) Finish();
+      return;
+    case Expect::kData:
+      ShiftByte(byte, 8);
+      if (--dataLeft_ == 0) expect_ = Expect::kCommand;
+      return;
+  }
+}
+
+void Mpsse::Begin(uint8_t command) {
+  command_ = command;
+  arguments_.clear();
+  if (IsShift(command)) {
+    // Bits: a count, and the byte when it writes. Bytes: a 16-bit count.
+    argumentsWanted_ = (command & kBitCount) != 0 ? ((command & kWrites) != 0 ? 2 : 1) : 2;
+    expect_ = Expect::kArguments;
+    return;
+  }
+  const Known* known = Find(command);
+  if (known == nullptr || (known->hiSpeedOnly && !hiSpeed_)) {
+    answers_.push_back(0xFA);
+    answers_.push_back(command);
+    return;
+  }
+  argumentsWanted_ = known->arguments;
+  if (argumentsWanted_ == 0) {
+    Finish();
+  } else {
+    expect_ = Expect::kArguments;
+  }
+}
+
+void Mpsse::Finish() {
+  expect_ = Expect::kCommand;
+  if (IsShift(command_)) {
+    FinishShift();
+    return;
+  }
+  switch (command_) {
+    case 0x80:
+      low_ = arguments_[0];
+      lowDirection_ = arguments_[1];
+      DrivePins();
+      break;
+    case 0x81:
+      answers_.push_back(pins_.SampleLow());
+      break;
+    case 0x82:
+      pins_.DriveHigh(arguments_[0], arguments_[1]);
+      break;
+    case 0x83:
+      answers_.push_back(pins_.SampleHigh());
+      break;
+    case 0x84:
+    case 0x85:
+      loopback_ = command_ == 0x84;
+      break;
+    case 0x86:
+      divisor_ = arguments_[0] | uint32_t{arguments_[1]} << 8;
+      break;
+    case 0x87:
+      immediate_ = true;
+      break;
+    case 0x8A:
+    case 0x8B:
+      divideByFive_ = command_ == 0x8B;
+      break;
+    default:
+      break;
+  }
+}
+
+void Mpsse::FinishShift() {
+  if ((command_ & kBitCount) != 0) {
+    ShiftByte((command_ & kWrites) != 0 ? arguments_[1] : uint8_t{0}, (arguments_[0] & 7) + 1U);
+    return;
+  }
+  const uint32_t count = (arguments_[0] | uint32_t{arguments_[1]} << 8) + 1;
+  if ((command_ & kWrites) != 0) {
+    dataLeft_ = count;
+    expect_ = Expect::kData;
+    return;
+  }
+  for (uint32_t i = 0; i < count; ++i) ShiftByte(0, 8);
+}
+
+// Bits come in at the bottom when most significant first, else at the top.
+void Mpsse::ShiftByte(uint8_t out, unsigned bits) {
+  const bool lsbFirst = (command_ & kLsbFirst) != 0;
+  unsigned in = 0;
+  for (unsigned i = 0; i < bits; ++i) {
+    const bool bit = ((lsbFirst ? out >> i : out >> (7 - i)) & 1) != 0;
+    const unsigned sampled = ShiftBit(bit) ? 1 : 0;
+    in = lsbFirst ? in >> 1 | sampled << 7 : in << 1 | sampled;
+  }
+  if ((command_ & kReads) != 0) answers_.push_back(static_cast<uint8_t>(in));
+}
+
+// One period from the low phase on: data that goes out "on the falling edge" is there a quarter of
+// a period after it, which is the hold time of the bit before.
+bool Mpsse::ShiftBit(bool out) {
+  const uint64_t quarter = bitTimeNs() / 4;
+  const bool writes = (command_ & kWrites) != 0;
+  bool sampled = false;
+  clock_.Spend(quarter);
+  if (writes && (command_ & kWriteOnFalling) != 0) SetPin(kDataOutPin, out);
+  clock_.Spend(quarter);
+  if ((command_ & kReadOnFalling) == 0) sampled = SampleData();
+  SetPin(kClockPin, true);
+  if (writes && (command_ & kWriteOnFalling) == 0) SetPin(kDataOutPin, out);
+  clock_.Spend(2 * quarter);
+  if ((command_ & kReadOnFalling) != 0) sampled = SampleData();
+  SetPin(kClockPin, false);
+  return sampled;
+}
+
+bool Mpsse::SampleData() {
+  if (loopback_) return (low_ & kDataOutPin) != 0;
+  return (pins_.SampleLow() & kDataInPin) != 0;
+}
+
+void Mpsse::SetPin(uint8_t pin, bool level) {
+  low_ = static_cast<uint8_t>(level ? low_ | pin : low_ & ~pin);
+  DrivePins();
+}
+
+void Mpsse::DrivePins() { pins_.DriveLow(low_, lowDirection_); }
+
+}  // namespace brisk::sim

@@ -1,0 +1,85 @@
+#include "sim/board/board_master.h"
+
+namespace brisk::sim {
+namespace {
+
+constexpr uint64_t kSpiHalfNs = 500;
+
+}  // namespace
+
+BoardMaster::BoardMaster(Board& board, VirtualClock& clock)
+    : board_(board), clock_(clock), driver_(board.i2c().AddDriver()) {}
+
+void BoardMaster::Drive(bool scl, bool sda) {
+  scl_ = scl;
+  sda_ = sda;
+  board_.i2c().Drive(driver_, scl, sda);
+  clock_.Spend(quarterNs_);
+}
+
+void BoardMaster::Start() {
+  Drive(scl_, true);
+  Drive(true, true);
+  Drive(true, false);
+  Drive(false, false);
+}
+
+void BoardMaster::Stop() {
+  Drive(false, false);
+  Drive(true, false);
+  Drive(true, true);
+}
+
+bool BoardMaster::Clock() {
+  Drive(true, sda_);
+  const bool level = board_.i2c().sda();
+  Drive(false, sda_);
+  return level;
+}
+
+bool BoardMaster::Send(uint8_t byte) {
+  for (int bit = 7; bit >= 0; --bit) {
+    Drive(false, (byte >> bit & 1) != 0);
+    Clock();
+  }
+  Drive(false, true);
+  return !Clock();
+}
+
+uint8_t BoardMaster::Receive(bool acknowledge) {
+  unsigned byte = 0;
+  Drive(false, true);
+  for (int bit = 0; bit < 8; ++bit) byte = byte << 1 | (Clock() ? 1U : 0U);
+  Drive(false, !acknowledge);
+  Clock();
+  Drive(false, true);
+  return static_cast<uint8_t>(byte);
+}
+
+void BoardMaster::SelectFlash() {
+  board_.spi().Drive(true, false, false);
+  clock_.Spend(kSpiHalfNs);
+  board_.spi().Drive(false, false, false);
+  clock_.Spend(kSpiHalfNs);
+}
+
+void BoardMaster::DeselectFlash() {
+  board_.spi().Drive(true, false, false);
+  clock_.Spend(kSpiHalfNs);
+}
+
+uint8_t BoardMaster::ExchangeSpi(uint8_t byte) {
+  unsigned in = 0;
+  for (int bit = 7; bit >= 0; --bit) {
+    const bool mosi = (byte >> bit & 1) != 0;
+    board_.spi().Drive(false, false, mosi);
+    clock_.Spend(kSpiHalfNs);
+    in = in << 1 | (board_.spi().miso() ? 1U : 0U);
+    board_.spi().Drive(false, true, mosi);
+    clock_.Spend(kSpiHalfNs);
+  }
+  board_.spi().Drive(false, false, false);
+  return static_cast<uint8_t>(in);
+}
+
+}  // namespace brisk::sim

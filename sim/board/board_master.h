@@ -1,0 +1,40 @@
+#pragma once
+
+#include <cstdint>
+
+#include "sim/board/board.h"
+#include "sim/pc/virtual_clock.h"
+
+namespace brisk::sim {
+
+// A microcontroller's I2C and SPI masters on the board's lines, bit by bit.
+class BoardMaster {
+ public:
+  BoardMaster(Board& board, VirtualClock& clock);
+  BoardMaster(const BoardMaster&) = delete;
+  BoardMaster& operator=(const BoardMaster&) = delete;
+
+  void SetI2cRate(unsigned kHz) { quarterNs_ = 250'000 / kHz; }
+
+  void Start();  // repeated when the bus is already this master's
+  void Stop();
+  bool Send(uint8_t byte);  // true = acknowledged
+  uint8_t Receive(bool acknowledge);
+
+  void SelectFlash();
+  void DeselectFlash();
+  uint8_t ExchangeSpi(uint8_t byte);  // mode 0, most significant bit first
+
+ private:
+  void Drive(bool scl, bool sda);
+  bool Clock();  // one pulse; the level of SDA while SCL is high
+
+  Board& board_;
+  VirtualClock& clock_;
+  const uint32_t driver_;
+  uint64_t quarterNs_ = 2'500;
+  bool scl_ = true;
+  bool sda_ = true;
+};
+
+}  // namespace brisk::sim
