@@ -12,6 +12,8 @@
 
 #include "adapters/lpt/ports.h"
 #include "api/instance.h"
+#include "base/debug.h"
+#include "platform/platform.h"
 
 namespace {
 
@@ -31,12 +33,13 @@ void BM_DispatchedCall(benchmark::State& state) {
 }
 BENCHMARK(BM_DispatchedCall);
 
-void BM_DirectBackEndCall(benchmark::State& state) {
+void BM_DirectCall(benchmark::State& state) {
   Load();
-  brisk::BackEnd& backEnd = brisk::AttachedInstance()->dispatch().For(0);
-  for (auto _ : state) benchmark::DoNotOptimize(backEnd.SPIGetProgress());
+  const brisk::flash::Flash* const flash =
+      brisk::AttachedInstance()->SelectedDevice().device->flash;
+  for (auto _ : state) benchmark::DoNotOptimize(flash->progress());
 }
-BENCHMARK(BM_DirectBackEndCall);
+BENCHMARK(BM_DirectCall);
 
 class NullPort : public brisk::PortIo {
  public:
@@ -56,6 +59,18 @@ class Counter : public brisk::Clock {
   void Sleep(uint32_t) override {}
 };
 
+// The port primitive over them.
+class TestPorts {
+ public:
+  brisk::lpt::Ports& ports() { return ports_; }
+
+ private:
+  NullPort port_;
+  Counter clock_;
+  brisk::CDebug log_{brisk::platform().debugStream};
+  brisk::lpt::Ports ports_{port_, clock_, brisk::platform().scheduler, log_};
+};
+
 void BM_CounterReadAndPortCall(benchmark::State& state) {
   NullPort port;
   Counter clock;
@@ -71,9 +86,8 @@ void BM_CounterReadAndPortCall(benchmark::State& state) {
 BENCHMARK(BM_CounterReadAndPortCall);
 
 void BM_PortOutWithoutSettleTime(benchmark::State& state) {
-  NullPort port;
-  Counter clock;
-  brisk::lpt::Ports ports(port, clock);
+  TestPorts test;
+  brisk::lpt::Ports& ports = test.ports();
   benchmark::DoNotOptimize(&ports);
   for (auto _ : state) ports.Port_Out(0x378, 0x55);
 }
@@ -81,9 +95,8 @@ BENCHMARK(BM_PortOutWithoutSettleTime);
 
 // How much later than its 5 us a wait ends, by the time-stamp counter: median and 99th percentile.
 void BM_SettleTimeOf5us(benchmark::State& state) {
-  NullPort port;
-  Counter clock;
-  brisk::lpt::Ports ports(port, clock);
+  TestPorts test;
+  brisk::lpt::Ports& ports = test.ports();
   const double ticksPerUs = ports.Cpu_GetFrequency();
   ports.SetClockRate(100);
   std::vector<double> late;

@@ -4,10 +4,13 @@
 #include <cstdlib>
 #include <memory>
 #include <new>
+#include <vector>
 
-#include "adapters/ftdi/command_queue.h"
 #include "adapters/ftdi/d2xx.h"
-#include "adapters/ftdi/devices.h"
+#include "adapters/ftdi/mpsse_line.h"
+#include "base/debug.h"
+#include "contracts/d2xx.h"
+#include "platform/platform.h"
 #include "sim/config/bench.h"
 
 namespace {
@@ -29,12 +32,18 @@ namespace {
 
 constexpr unsigned kBytes = 4096;
 
+// The line to chips of the vendor library that the bench has, if any.
+struct Line {
+  brisk::CDebug log{brisk::platform().debugStream};
+  brisk::ftdi::D2xx d2xx{brisk::platform().libraries, log};
+  brisk::ftdi::MpsseLine line{d2xx, brisk::platform().clock};
+};
+
 void QueueBytes(benchmark::State& state) {
-  brisk::ftdi::D2xx d2xx;
-  const auto devices = std::make_unique<brisk::ftdi::CMpsseDevices>(d2xx);
+  const auto world = std::make_unique<Line>();
   for (auto _ : state) {
-    devices->ClearQueue();
-    for (unsigned i = 0; i < kBytes; ++i) devices->Queue(static_cast<uint8_t>(i));
+    world->line.ClearQueue();
+    for (unsigned i = 0; i < kBytes; ++i) world->line.Queue(static_cast<uint8_t>(i));
     benchmark::ClobberMemory();
   }
   state.SetItemsProcessed(state.iterations() * kBytes);
@@ -62,34 +71,29 @@ void* Address(Function* function) {
   return reinterpret_cast<void*>(function);
 }
 
+using Symbols = std::vector<brisk::sim::LibraryShelf::Symbol>;
+
+Symbols LibraryThatDoesNothing() {
+  namespace row = brisk::d2xx::row;
+#define BRISK_ROW(name, ordinal, ...) {"FT_" #name, ordinal, Address(Nothing)},
+  Symbols symbols = {BRISK_D2XX_FUNCTIONS(BRISK_ROW)};
+#undef BRISK_ROW
+  symbols[row::kWrite].address = Address(Write);
+  symbols[row::kOpenEx].address = Address(Open);
+  symbols[row::kCreateDeviceInfoList].address = Address(Count);
+  return symbols;
+}
+
 void FlushBytes(benchmark::State& state) {
-  brisk::sim::bench().libraries().Add("FTD2XX", {{"FT_Close", 2, Address(Nothing)},
-                                                 {"FT_Read", 3, Address(Nothing)},
-                                                 {"FT_Write", 4, Address(Write)},
-                                                 {"FT_ResetDevice", 6, Address(Nothing)},
-                                                 {"FT_SetChars", 15, Address(Nothing)},
-                                                 {"FT_SetTimeouts", 17, Address(Nothing)},
-                                                 {"FT_GetQueueStatus", 18, Address(Nothing)},
-                                                 {"FT_OpenEx", 27, Address(Open)},
-                                                 {"FT_SetLatencyTimer", 29, Address(Nothing)},
-                                                 {"FT_GetLatencyTimer", 30, Address(Nothing)},
-                                                 {"FT_SetBitMode", 31, Address(Nothing)},
-                                                 {"FT_SetUSBParameters", 33, Address(Nothing)},
-                                                 {"FT_GetDeviceInfo", 61, Address(Nothing)},
-                                                 {"FT_CreateDeviceInfoList", 70, Address(Count)},
-                                                 {"FT_GetDeviceInfoList", 71, Address(Nothing)},
-                                                 {"FT_GetDeviceInfoDetail", 72, Address(Nothing)}});
-  brisk::ftdi::D2xx d2xx;
-  const auto devices = std::make_unique<brisk::ftdi::CMpsseDevices>(d2xx);
-  uint32_t count = 0;
-  uint32_t handle = 0;
-  if (d2xx.CreateDeviceInfoList(&count) != 0 || d2xx.OpenByLocation(1, &handle) != 0) {
-    state.SkipWithError("no library");
-  }
+  brisk::sim::bench().libraries().Add("FTD2XX", LibraryThatDoesNothing());
+  const auto world = std::make_unique<Line>();
+  const bool loaded = world->d2xx.ListDevices().status == brisk::ftdi::kOk;
+  const auto opened = world->d2xx.OpenByLocation(1);
+  if (!loaded || opened.status != brisk::ftdi::kOk) state.SkipWithError("no library");
   const uint64_t before = allocations;
   for (auto _ : state) {
-    for (unsigned i = 0; i < kBytes; ++i) devices->Queue(static_cast<uint8_t>(i));
-    if (devices->Flush(handle) != 0) state.SkipWithError("not flushed");
+    for (unsigned i = 0; i < kBytes; ++i) world->line.Queue(static_cast<uint8_t>(i));
+    if (world->line.Flush(opened.value) != brisk::ftdi::kOk) state.SkipWithError("not flushed");
   }
   state.counters["allocations"] = static_cast<double>(allocations - before);
   state.SetItemsProcessed(state.iterations() * kBytes);

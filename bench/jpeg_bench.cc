@@ -7,11 +7,13 @@
 #include <jpeglib.h>
 #include <vector>
 
+#include "bench/pictures.h"
 #include "image/bmp.h"
 #include "image/jpeg.h"
 #include "image/picture.h"
+#include "platform/platform.h"
 #include "tests/support/memory_file.h"
-#include "tests/support/pictures.h"
+#include "tests/support/picture_services.h"
 
 namespace {
 
@@ -53,7 +55,7 @@ void BM_Decode(benchmark::State& state) {
   const auto& file = Photo(state.range(0));
   for (auto _ : state) {
     brisk::image::DecodeRequest request;
-    brisk::image::DecodeJpeg(request, file.data(), file.size());
+    brisk::image::DecodeJpeg(brisk::TestPictureServices(), request, file.data(), file.size());
     if (request.status != brisk::image::JpegStatus::kDecoded) state.SkipWithError("not decoded");
   }
 }
@@ -73,7 +75,8 @@ void BM_LibjpegTurbo(benchmark::State& state) {
     d.do_fancy_upsampling = state.range(1) == 1 ? TRUE : FALSE;
     jpeg_start_decompress(&d);
     const size_t stride = size_t{3} * d.output_width;
-    const auto pixels = brisk::image::MakeZeroedArray<uint8_t>(stride * d.output_height);
+    const auto pixels =
+        brisk::image::MakeZeroedArray<uint8_t>(brisk::platform().system, stride * d.output_height);
     while (d.output_scanline < d.output_height) {
       JSAMPROW row = pixels.get() + stride * d.output_scanline;
       jpeg_read_scanlines(&d, &row, 1);
@@ -100,8 +103,9 @@ void BM_BmpAndYCbCr(benchmark::State& state) {
     state.ResumeTiming();
     const auto size = brisk::image::ReadBmpHeader(source);
     brisk::image::PictureBuffer picture;
-    if (!size || !picture.Allocate(size->width, size->height)) state.SkipWithError("rejected");
-    brisk::image::ReadBmpPixels(source, picture);
+    if (!size || !picture.Allocate(brisk::platform().system, size->width, size->height))
+      state.SkipWithError("rejected");
+    brisk::image::ReadBmpPixels(source, picture, brisk::TestPictureServices().log);
     picture.ConvertToYCbCr();
   }
 }

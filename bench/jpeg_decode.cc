@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "image/jpeg.h"
+#include "tests/support/picture_services.h"
 
 int main(int argc, char** argv) {
   if (argc != 2) {
@@ -12,7 +13,7 @@ int main(int argc, char** argv) {
   }
   brisk::image::DecodeRequest request;
   request.path = argv[1];
-  brisk::image::DecodeJpeg(request);
+  brisk::image::DecodeJpeg(brisk::TestPictureServices(), request);
   if (request.status != brisk::image::JpegStatus::kDecoded) return 1;
   std::printf("P6\n%u %u\n255\n", request.imageWidth, request.imageHeight);
   std::vector<unsigned char> row(size_t{3} * request.imageWidth);

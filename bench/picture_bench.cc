@@ -14,6 +14,7 @@
 
 #include "image/port_words.h"
 #include "image/transfer.h"
+#include "tests/support/picture_services.h"
 
 namespace {
 
@@ -56,11 +57,11 @@ class Bitmap {
 class Port : public brisk::image::PortWords, public brisk::image::RegisterReader {
  public:
   explicit Port(bool sixteenBit) : PortWords(base_), sixteenBit_(sixteenBit) {}
-  int32_t ReadRegister(const char* command) override {
+  brisk::Outcome<uint32_t> ReadRegister(const char* command) override {
     const std::string text = command;
-    if (text == "F4-70-F5=") return kWidth;
-    if (text == "F4-72-F5=") return kHeight;
-    return text.starts_with("F4-66") && sixteenBit_ ? 0x08 : 0;
+    if (text == "F4-70-F5=") return uint32_t{kWidth};
+    if (text == "F4-72-F5=") return uint32_t{kHeight};
+    return text.starts_with("F4-66") && sixteenBit_ ? 0x08U : 0U;
   }
   uint64_t accesses = 0;
 
@@ -83,9 +84,9 @@ void BM_PictureStream(benchmark::State& state) {
   const Bitmap bitmap;
   Port port(state.range(0) == 16);
   NoProgress progress;
-  brisk::image::PictureTransfer transfer(port, port, progress);
+  brisk::image::PictureTransfer transfer(port, port, brisk::TestPictureServices(), progress);
   for (auto _ : state) {
-    if (transfer.Sddi_Bitmap(bitmap.path(), 0) != 0) state.SkipWithError("not sent");
+    if (!transfer.ShowBitmap(bitmap.path(), false).ok()) state.SkipWithError("not sent");
   }
   state.counters["accesses"] = static_cast<double>(port.accesses) / state.iterations();
   state.counters["per_access"] =

@@ -1,10 +1,17 @@
-# brisk_stand_in(TARGET NAME source... EXPORTS "function [bytes [ordinal]]"...): a library that stands
-# in for the vendor's NAME (NAME.dll, libNAME.so) and exports these functions and nothing else. The
-# bytes are those of the arguments on 32-bit Windows; without them the caller removes the arguments.
+# brisk_stand_in(TARGET NAME [source...] [ADAPTER adapter] EXPORTS "function [bytes [ordinal]]"...):
+# a library that stands in for the vendor's NAME (NAME.dll, libNAME.so) and exports these functions
+# and nothing else. With ADAPTER it has a bench of its own, with that adapter unless BRISK_SIM says
+# otherwise, and the functions are the bench's. The bytes are those of the arguments on 32-bit
+# Windows; without them the caller removes the arguments.
 function(brisk_stand_in target name)
-  cmake_parse_arguments(PARSE_ARGV 2 ARG "" "" "EXPORTS")
+  cmake_parse_arguments(PARSE_ARGV 2 ARG "" "ADAPTER" "EXPORTS")
   add_library(${target} SHARED ${ARG_UNPARSED_ARGUMENTS})
   target_link_libraries(${target} PRIVATE brisk_warnings)
+  if(ARG_ADAPTER)
+    target_sources(${target} PRIVATE ${PROJECT_SOURCE_DIR}/sim/entry/stand_in.cc)
+    target_compile_definitions(${target} PRIVATE BRISK_STAND_IN_ADAPTER="${ARG_ADAPTER}")
+    target_link_libraries(${target} PRIVATE brisk_bench)
+  endif()
   set_target_properties(${target} PROPERTIES OUTPUT_NAME ${name}
     RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/stand_in
     LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/stand_in)

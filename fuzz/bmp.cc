@@ -8,6 +8,7 @@
 
 #include "image/picture.h"
 #include "tests/support/memory_file.h"
+#include "tests/support/picture_services.h"
 
 // The messages of rejected files would fill the terminal.
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
@@ -16,11 +17,12 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   using namespace brisk::image;
+  const PictureServices services = brisk::TestPictureServices();
   brisk::MemoryFile file(std::vector<uint8_t>(data, data + size));
   const auto header = ReadBmpHeader(file);
   PictureBuffer picture;
-  if (!header || !picture.Allocate(header->width, header->height)) return 0;
-  ReadBmpPixels(file, picture);
+  if (!header || !picture.Allocate(services.system, header->width, header->height)) return 0;
+  ReadBmpPixels(file, picture, services.log);
   picture.ConvertToYCbCr();
   return 0;
 }

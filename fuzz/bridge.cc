@@ -6,13 +6,13 @@
 #include <string>
 #include <string_view>
 #include <utility>
-#include <vector>
 
 #include "brisk/brisk.h"
 #include "brisk/brisk_serial.h"
 
 #include "api/attach.h"
 #include "sim/config/bench.h"
+#include "tests/support/calls.h"
 #include "tests/support/scripted_port.h"
 
 namespace {
@@ -34,60 +34,30 @@ class Input {
 };
 
 void Operate(Input& input) {
-  // Exact allocations, so that one byte further is caught.
-  const size_t length = input.Byte() % 8;
-  std::vector<uint8_t> in(length, 0x5A);
-  std::vector<uint8_t> out(length, 0xA5);
-  std::vector<char> text(input.Byte() % 48, '9');
-  text.push_back('\0');
+  // Allocations of exactly the sizes in the calls, so that one byte further is caught.
+  const std::string size = std::to_string(input.Byte() % 8);
+  const std::string bytes = size == "0" ? "-" : "5A*" + size;
+  const std::string address = (input.Byte() & 1) != 0 ? "F234" : "A0";
+  std::string text(input.Byte() % 48, '9');
   auto count = std::make_unique<char>(static_cast<char>(input.Byte()));
-  auto word = std::make_unique<uint32_t>(0);
-  auto byte = std::make_unique<uint8_t>(uint8_t{0});
-  const auto size = static_cast<uint32_t>(length);
-  const uint16_t address = (input.Byte() & 1) != 0 ? 0xF234 : 0x00A0;
-  switch (input.Byte() % 14) {
-    case 0:
-      I2c_Tx(input.Byte());
-      break;
-    case 1:
-      I2c_Rx(word.get(), input.Byte());
-      break;
-    case 2:
-      I2cWrite(input.Byte());
-      break;
-    case 3:
-      I2cRead(byte.get(), 1);
-      break;
-    case 4:
-      I2c_ReadString(count.get(), text.data());
-      break;
-    case 5:
-      I2c_WriteString(count.get(), text.data());
-      break;
-    case 6:
-      I2cLib_Write(0, address, in.data(), size, in.data(), size);
-      break;
-    case 7:
-      I2cLib_Read(0, address, out.data(), size);
-      break;
-    case 8:
-      I2cLib_WriteRead(0, address, in.data(), size, out.data(), size);
-      break;
-    case 9:
-      I2cWriteByte(0xF4, 1, 2);
-      break;
-    case 10:
-      I2cReadByte(0xF4, 1, byte.get());
-      break;
-    case 11:
-      I2cWriteData(0xF4, in.data(), size, in.data(), size);
-      break;
-    case 12:
-      I2cReadData(0xF4, in.data(), size, out.data(), size);
-      break;
-    default:
-      I2cLib_W1ByteR1Byte(0, address, 1, byte.get());
-      break;
+  const std::string calls[] = {"I2c_Tx 5A",
+                               "I2c_Rx 1",
+                               "I2cWrite 5A",
+                               "I2cRead 1 1",
+                               "I2cLib_Write 0 " + address + ' ' + bytes + ' ' + bytes,
+                               "I2cLib_Read 0 " + address + ' ' + size,
+                               "I2cLib_WriteRead 0 " + address + ' ' + bytes + ' ' + size,
+                               "I2cLib_W1ByteR1Byte 0 " + address + " 1 1",
+                               "I2cWriteByte F4 1 2",
+                               "I2cReadByte F4 1 1",
+                               "I2cWriteData F4 " + bytes + ' ' + bytes,
+                               "I2cReadData F4 " + bytes + ' ' + size};
+  const size_t which = input.Byte() % (std::size(calls) + 2);
+  if (which < std::size(calls)) {
+    brisk::CallLine(calls[which]).Run();
+  } else {
+    text.shrink_to_fit();
+    (which == std::size(calls) ? I2c_ReadString : I2c_WriteString)(count.get(), text.c_str());
   }
 }
 

@@ -5,14 +5,14 @@
 #include <cstdint>
 #include <string_view>
 
-using brisk::usb::GatherChunks;
-using brisk::usb::HexChunk;
-using brisk::usb::kInternalRamEnd;
-using brisk::usb::RamKind;
+using brisk::tcon_board::GatherChunks;
+using brisk::tcon_board::HexChunk;
+using brisk::tcon_board::kInternalRamEnd;
+using brisk::tcon_board::RamKind;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  const brisk::usb::HexFile file =
-      brisk::usb::ParseHex({reinterpret_cast<const char*>(data), size});
+  const brisk::tcon_board::HexFile file =
+      brisk::tcon_board::ParseHex({reinterpret_cast<const char*>(data), size});
   size_t bytes = 0;
   for (const auto& record : file.records) bytes += record.data.size();
   if (bytes * 2 > size) __builtin_trap();

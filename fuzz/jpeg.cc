@@ -6,6 +6,7 @@
 #include <cstdlib>
 
 #include "image/jpeg_headers.h"
+#include "tests/support/picture_services.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   using namespace brisk::image;
@@ -13,7 +14,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const JpegStatus headerStatus = ReadJpegHeaders({data, size}, headers);
   if (uint64_t{headers.width} * headers.height > uint64_t{1} << 20) return 0;
   DecodeRequest request;
-  DecodeJpeg(request, data, size);
+  DecodeJpeg(brisk::TestPictureServices(), request, data, size);
   const bool decoded = request.status == JpegStatus::kDecoded;
   if (decoded != (request.pixels != nullptr)) std::abort();
   if (headerStatus != JpegStatus::kDecoded && request.status != headerStatus) std::abort();

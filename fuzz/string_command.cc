@@ -1,5 +1,5 @@
-// Arbitrary text as string commands: nothing is read beyond the terminator, every command that
-// started the bus stops it, and a read writes at most seven characters.
+// Arbitrary text as string commands: nothing is read beyond the terminator, and every command that
+// started the bus stops it.
 #include "i2c/string_command.h"
 
 #include <cstdint>
@@ -14,20 +14,20 @@ namespace {
 class Bus : public brisk::i2c::Bus {
  public:
   explicit Bus(uint8_t answers) : answers_(answers) {}
-  void I2c_Start() override { started = true; }
-  void I2c_RStart() override { started = true; }
-  void I2c_Stop() override { started = false; }
-  uint32_t I2c_Tx(uint32_t byte) override {
-    if (byte > 0xFF) std::abort();
-    return answers_ & 1;
-  }
-  uint32_t I2c_Rx(uint32_t* data, uint32_t) override {
-    *data = answers_;
-    return answers_ >> 1 & 1;
+  void Start() override { started = true; }
+  void RepeatedStart() override { started = true; }
+  void Stop() override { started = false; }
+  brisk::Status Send(uint8_t) override { return Answer(0, brisk::Cause::kNoAcknowledge); }
+  brisk::Status Receive(uint8_t* byte, uint32_t) override {
+    *byte = answers_;
+    return Answer(1, brisk::Cause::kTimeOut);
   }
   bool started = false;
 
  private:
+  brisk::Status Answer(unsigned bit, brisk::Cause cause) const {
+    return (answers_ >> bit & 1) != 0 ? brisk::Status(cause) : brisk::Status();
+  }
   uint8_t answers_;
 };
 
@@ -41,12 +41,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   command.push_back('\0');
   command.shrink_to_fit();
 
-  brisk::i2c::String(bus, command.data());
+  brisk::i2c::StringCommands strings(bus);
+  static_cast<void>(strings.Write(command.data()));
   if (bus.started) std::abort();
-  std::vector<char> result(7, '#');
-  brisk::i2c::ReadString(bus, result.data(), command.data());
-  if (bus.started) std::abort();
-  const int32_t value = brisk::i2c::ReadStringEx(bus, command.data());
-  if (bus.started || value < -2 || value > 0xFFFFFF) std::abort();
+  const auto value = strings.Read(command.data());
+  if (bus.started || value.value().number > 0xFFFFFF) std::abort();
   return 0;
 }

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "adapters/tcon_board/usb_device.h"
 #include "sim/config/bench.h"
+#include "tests/support/usb_board.h"
 
 namespace {
 
@@ -19,7 +19,7 @@ using brisk::PendingRequest;
 std::vector<uint8_t> input;
 
 // Every descriptor request and query is answered from the input, from a place that moves on.
-class HostileDevice final : public brisk::Device {
+class HostileDevice final : public brisk::OpenedDevice {
  public:
   bool Control(uint32_t code, const void* /*in*/, uint32_t /*inSize*/, void* out, uint32_t outSize,
                uint32_t* bytesReturned) override {
@@ -73,11 +73,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   }();
   if (!connected) return 0;
   input.assign(data, data + size);
-  brisk::usb::CUsbDevice device(nullptr, brisk::usb::kTconInterfaceClass, true);
+  brisk::tcon_board::UsbBoard device;
   device.SelectInterface(1);
   // A configuration alone, without the luck that the requests need.
-  const brisk::usb::DeviceSlot slot;
-  const brisk::usb::CUsbConfig config(slot, {data, size});
+  const brisk::tcon_board::DeviceSlot slot;
+  const brisk::tcon_board::CUsbConfig config(slot, {data, size});
   size_t covered = 0;
   for (const auto& each : config.interfaces()) {
     covered += each->totalLength;

@@ -2,7 +2,6 @@
 // a simulated PC with a service manager.
 #include <cstring>
 #include <filesystem>
-#include <functional>
 #include <gtest/gtest.h>
 #include <string>
 #include <vector>
@@ -12,13 +11,12 @@
 #include "api/attach.h"
 #include "port_driver/driver.h"
 #include "sim/config/bench.h"
-#include "sim/pc/windows_services.h"
 #include "support/files.h"
+#include "support/windows_services.h"
 
 namespace brisk {
 namespace {
 
-using sim::WindowsServices;
 using Request = WindowsServices::Request;
 using Lines = std::vector<std::string>;
 
@@ -35,7 +33,7 @@ void* const kNoHandle = reinterpret_cast<void*>(intptr_t{-1});
 class DriverTest : public testing::Test {
  protected:
   DriverTest() {
-    EXPECT_EQ(sim::ReplaceBench(""), "");
+    EXPECT_EQ(replaced, "");
     driverRequestBuffer.fill(0);
     windows = std::make_unique<WindowsServices>(bench());
     bench().resources().Add("ICD_SYS", kImage);
@@ -63,7 +61,9 @@ class DriverTest : public testing::Test {
   TemporaryFolder folder;
   std::string directory;
   std::unique_ptr<WindowsServices> windows;
-  Driver driver;
+  const std::string replaced = sim::ReplaceBench("");  // before the driver holds on to it
+  CDebug log{platform().debugStream};
+  Driver driver{platform(), log};
 };
 
 TEST_F(DriverTest, FirstLoadInstallsAndStartsTheService) {
@@ -107,50 +107,30 @@ TEST_F(DriverTest, LoadWhileTheDeviceExistsInstallsNothing) {
   EXPECT_EQ(shared().dwRefCount, 1u);
 }
 
-TEST_F(DriverTest, SecondProcessIsCountedInAndOut) {
-  Driver second;
-  driver.Attach();
-  second.Attach();
-  EXPECT_EQ(shared().dwRefCount, 2u);
-  EXPECT_EQ(windows->openHandles(), 2u);
-  second.Detach();
-  EXPECT_EQ(shared().dwRefCount, 1u);
-  EXPECT_EQ(bench().debugStream().Lines(), Lines{kStillUsed});
-  EXPECT_TRUE(ServiceRuns());
-  EXPECT_EQ(windows->openHandles(), 1u);
-  driver.Detach();
-  EXPECT_EQ(bench().debugStream().Lines(), (Lines{kStillUsed, kLastUser}));
-  EXPECT_EQ(windows->openHandles(), 0u);
-  EXPECT_FALSE(ServiceExists());
-}
-
-// The first process goes first: the other one must switch off and close what it opened itself.
-TEST_F(DriverTest, LastReleaseUsesItsOwnHandle) {
-  Driver second;
-  driver.Attach();
-  second.Attach();
-  driver.Detach();
-  EXPECT_EQ(shared().dwRefCount, 1u);
-  second.Detach();
-  EXPECT_EQ(windows->openHandles(), 0u);
-  EXPECT_FALSE(ServiceExists());
-  EXPECT_EQ(shared().dwDriverStatus, 1u);
-}
-
-TEST_F(DriverTest, NextFirstUserInstallsAgain) {
-  for (int round = 0; round < 3; ++round) {
+// Whoever goes first: the other one must switch off and close what it opened itself.
+TEST_F(DriverTest, TwoProcessesAreCountedInAndOut) {
+  for (const bool firstGoesFirst : {false, true}) {
+    Driver second(platform(), log);
     driver.Attach();
+    second.Attach();
+    EXPECT_EQ(shared().dwRefCount, 2u);
+    EXPECT_EQ(windows->openHandles(), 2u);
+    (firstGoesFirst ? driver : second).Detach();
     EXPECT_EQ(shared().dwRefCount, 1u);
     EXPECT_TRUE(ServiceRuns());
-    driver.Detach();
-    EXPECT_EQ(shared().dwRefCount, 0u);
+    EXPECT_EQ(windows->openHandles(), 1u);
+    (firstGoesFirst ? second : driver).Detach();
+    EXPECT_EQ(bench().debugStream().Lines(), (Lines{kStillUsed, kLastUser}));
+    EXPECT_EQ(windows->openHandles(), 0u);
     EXPECT_FALSE(ServiceExists());
+    EXPECT_EQ(shared().dwDriverStatus, 1u);
+    bench().debugStream().Clear();
   }
 }
 
 TEST_F(DriverTest, StaleRegistrationIsReplaced) {
   windows->services()["kgated"] = {"C:\\elsewhere\\old.sys", false, false};
-  EXPECT_EQ(driver.Drv_Open(), 0u);
+  EXPECT_EQ(driver.Drv_Open(), Driver::OpenResult::kDone);
   EXPECT_EQ(windows->services()["kgated"].imagePath, DriverFile());
   EXPECT_TRUE(windows->services()["kgated"].demandStart);
 }
@@ -169,15 +149,15 @@ TEST_F(DriverTest, ServiceThatCannotBeRemovedIsRemovedByTheNextLastUser) {
 }
 
 TEST_F(DriverTest, ServiceSteps) {
-  EXPECT_EQ(driver.Drv_Extract(), 0u);
-  EXPECT_EQ(driver.Drv_Remove("other"), 2u);  // none is there
-  EXPECT_EQ(driver.Drv_Install("other", "kgated.sys", false), 0u);
+  EXPECT_EQ(driver.Drv_Extract(), Driver::FileResult::kPresent);
+  EXPECT_EQ(driver.Drv_Remove("other"), Driver::ServiceResult::kCannotOpen);  // none is there
+  EXPECT_EQ(driver.Drv_Install("other", "kgated.sys", false), Driver::ServiceResult::kDone);
   EXPECT_FALSE(windows->services()["other"].demandStart);
   EXPECT_EQ(windows->services()["other"].imagePath, DriverFile());
   // A stale service that cannot be stopped runs already, which is as good as starting it.
   windows->stopRefused = true;
-  EXPECT_EQ(driver.Drv_Remove("other"), 1u);
-  EXPECT_EQ(driver.Drv_Install("other", "none.sys", true), 0u);
+  EXPECT_EQ(driver.Drv_Remove("other"), Driver::ServiceResult::kFailed);
+  EXPECT_EQ(driver.Drv_Install("other", "none.sys", true), Driver::ServiceResult::kDone);
   EXPECT_EQ(windows->services()["other"].imagePath, DriverFile());
 }
 
@@ -207,7 +187,7 @@ TEST_P(DriverFileTest, Extract) {
   if (*test.fault != 0) {
     ASSERT_EQ(bench().SetFault(test.fault), "");
   }
-  EXPECT_EQ(driver.Drv_Extract(), test.result);
+  EXPECT_EQ(static_cast<uint32_t>(driver.Drv_Extract()), test.result);
   bench().ClearFaults();
   EXPECT_EQ(ReadFile(path), test.after);
   EXPECT_EQ(std::filesystem::exists(path), !test.after.empty());
@@ -229,31 +209,42 @@ INSTANTIATE_TEST_SUITE_P(Files, DriverFileTest, testing::ValuesIn(kExtractCases)
 
 // ---- What may fail ----
 
+enum class Broken { kRights, kService, kFolder, kDevice, kVersion, kDirect, kBase, kAcknowledge };
+
 struct FailureCase {
   const char* name;
-  std::function<void(WindowsServices&)> arrange;
-  uint32_t open;
+  Broken broken;
+  bool opens;
   uint32_t status;  // dwDriverStatus after the open
   bool registered;  // whether the service exists after the release
   Lines lines;
 };
 
-class DriverFailureTest : public DriverTest, public testing::WithParamInterface<FailureCase> {};
+class DriverFailureTest : public DriverTest, public testing::WithParamInterface<FailureCase> {
+ protected:
+  void Break(Broken what) {
+    if (what == Broken::kRights) windows->administrator = false;
+    if (what == Broken::kService) windows->mayOpenService = false;
+    if (what == Broken::kFolder) UseSystemDirectory(folder.File("missing") + "/system");
+    if (what == Broken::kDevice) windows->deviceMissing = true;
+    if (what == Broken::kVersion) windows->refusedCodes = {kVersionCode};
+    if (what == Broken::kDirect) windows->refusedCodes = {kDirectCode};
+    if (what == Broken::kBase) windows->refusedCodes = {kBaseCode};
+    if (what == Broken::kAcknowledge) windows->acknowledgement = 0x18;
+  }
+};
 
 // Open, release and a second release, as a load that fails and the unload after it do.
 TEST_P(DriverFailureTest, CountStaysBalanced) {
   const FailureCase& test = GetParam();
-  if (std::string(test.name) == "UnwritableSystemDirectory") {
-    UseSystemDirectory(folder.File("missing") + "/system");
-  }
-  test.arrange(*windows);
+  Break(test.broken);
   const uint64_t start = bench().clock().Now();
   driver.Attach();
   EXPECT_LT(bench().clock().Now() - start, 50'000'000u);  // ns
-  EXPECT_EQ(driver.IsOpen(), test.open == 0);
+  EXPECT_EQ(driver.IsOpen(), test.opens);
   EXPECT_EQ(shared().dwDriverStatus, test.status);
-  EXPECT_EQ(shared().dwRefCount, test.open == 0 ? 1u : 0u);
-  EXPECT_EQ(shared().hDriver == kNoHandle, test.open != 0);
+  EXPECT_EQ(shared().dwRefCount, test.opens ? 1u : 0u);
+  EXPECT_EQ(shared().hDriver == kNoHandle, !test.opens);
   driver.Detach();
   driver.Detach();
   EXPECT_EQ(shared().dwRefCount, 0u);
@@ -265,62 +256,38 @@ TEST_P(DriverFailureTest, CountStaysBalanced) {
 }
 
 const char kNoAccess[] = "brisk-- no direct port access: parallel-port operations will fault\n";
+Lines CannotBeOpened(const std::string& results) {
+  return {"brisk-- the port-access driver cannot be opened (" + results + ")\n", kNoAccess};
+}
+Lines Said(const std::string& line) { return {"brisk-- the " + line + "\n", kLastUser}; }
+Lines SaidAtLast(const std::string& line) {
+  Lines lines = Said(line);
+  lines.emplace_back(kNoAccess);
+  return lines;
+}
+
 const FailureCase kFailureCases[] = {
-    {"NoRights",
-     [](WindowsServices& windows) { windows.administrator = false; },
-     1,
-     1,
-     false,
-     {"brisk-- the port-access driver cannot be opened (file 0, service 1)\n", kNoAccess}},
-    {"ServiceCannotBeOpened",
-     [](WindowsServices& windows) { windows.mayOpenService = false; },
-     1,
-     2,
-     true,
-     {"brisk-- the port-access driver cannot be opened (file 0, service 2)\n", kNoAccess}},
-    {"UnwritableSystemDirectory",
-     [](WindowsServices&) {},
-     1,
-     1,
-     true,
-     {"brisk-- the port-access driver cannot be opened (file 4, service 1)\n", kNoAccess}},
-    {"NoDeviceAppears",
-     [](WindowsServices& windows) { windows.deviceMissing = true; },
-     1,
-     0,
-     true,
-     {"brisk-- the port-access driver cannot be opened (file 0, service 0)\n", kNoAccess}},
-    {"VersionRefused",
-     [](WindowsServices& windows) { windows.refusedCodes = {kVersionCode}; },
-     1,
-     1,
-     false,
-     {"brisk-- the port-access driver refused the version request\n", kLastUser, kNoAccess}},
-    {"DirectAccessRefused",
-     [](WindowsServices& windows) { windows.refusedCodes = {kDirectCode}; },
-     1,
-     1,
-     false,
-     {"brisk-- the port-access driver refused direct port access\n", kLastUser, kNoAccess}},
-    {"BaseRefused",
-     [](WindowsServices& windows) { windows.refusedCodes = {kBaseCode}; },
-     0,
-     0,
-     false,
-     {"brisk-- the driver did not take the port base, result 2\n", kLastUser}},
-    {"WrongAcknowledgement",
-     [](WindowsServices& windows) { windows.acknowledgement = 0x18; },
-     0,
-     0,
-     false,
-     {"brisk-- the driver did not take the port base, result 4\n", kLastUser}},
+    {"NoRights", Broken::kRights, false, 1, false, CannotBeOpened("file 0, service 1")},
+    {"ServiceCannotBeOpened", Broken::kService, false, 2, true,
+     CannotBeOpened("file 0, service 2")},
+    {"UnwritableSystemDirectory", Broken::kFolder, false, 1, true,
+     CannotBeOpened("file 4, service 1")},
+    {"NoDeviceAppears", Broken::kDevice, false, 0, true, CannotBeOpened("file 0, service 0")},
+    {"VersionRefused", Broken::kVersion, false, 1, false,
+     SaidAtLast("port-access driver refused the version request")},
+    {"DirectAccessRefused", Broken::kDirect, false, 1, false,
+     SaidAtLast("port-access driver refused direct port access")},
+    {"BaseRefused", Broken::kBase, true, 0, false,
+     Said("driver did not take the port base, result 2")},
+    {"WrongAcknowledgement", Broken::kAcknowledge, true, 0, false,
+     Said("driver did not take the port base, result 4")},
 };
 INSTANTIATE_TEST_SUITE_P(Failures, DriverFailureTest, testing::ValuesIn(kFailureCases),
                          [](const auto& row) { return std::string(row.param.name); });
 
 // A process that could not be counted in must not count out the one that was.
 TEST_F(DriverTest, FailedOpenOfAnotherProcessLeavesTheCountAlone) {
-  Driver second;
+  Driver second(platform(), log);
   driver.Attach();
   windows->refusedCodes = {kVersionCode};
   second.Attach();
@@ -333,7 +300,9 @@ TEST_F(DriverTest, FailedOpenOfAnotherProcessLeavesTheCountAlone) {
   EXPECT_FALSE(ServiceExists());
 }
 
-TEST_F(DriverTest, NothingIsConfiguredWithoutADevice) { EXPECT_EQ(driver.Drv_Configure(), 2u); }
+TEST_F(DriverTest, NothingIsConfiguredWithoutADevice) {
+  EXPECT_EQ(driver.Drv_Configure(), Driver::BaseResult::kRequestFailed);
+}
 
 // ---- The 9x family ----
 
@@ -348,15 +317,6 @@ TEST_F(DriverTest, Vxd) {
   EXPECT_EQ(
       windows->requests(),
       (std::vector<Request>{{1, 4, 4, 0}, {0x10, 4, 4, 0}, {1, 4, 4, 0}, {0x20, 8, 8, 0x78}}));
-  const uint64_t writes = bench().ports().writes();
-  uint8_t byte = 0x57;
-  driver.SendData(&byte);
-  EXPECT_EQ(windows->requests().back(), (Request{0x34, 1, 1, 0x57}));
-  EXPECT_EQ(bench().ports().writes(), writes + 1);
-  const uint8_t status = bench().ports().In(0x379);
-  driver.ReadStatus(&byte);
-  EXPECT_EQ(byte, status);
-  EXPECT_EQ(windows->requests().back().code, 0x35u);
   driver.Detach();
   EXPECT_EQ(windows->requests().back(), (Request{0x10, 1, 1, 1}));
   EXPECT_EQ(bench().debugStream().Lines(), Lines{kLastUser});

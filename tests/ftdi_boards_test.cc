@@ -3,7 +3,6 @@
 #include <chrono>
 #include <functional>
 #include <gtest/gtest.h>
-#include <mutex>
 #include <string>
 #include <thread>
 
@@ -17,23 +16,23 @@
 namespace brisk {
 namespace {
 
-Bytes Step(uint8_t value, uint8_t direction = 0x13) { return {0x80, value, direction}; }
+ByteVector Step(uint8_t value, uint8_t direction = 0x13) { return {0x80, value, direction}; }
 
 // START, bytes with their clocked acknowledges, STOP, in STANDARD mode; k as the rate asks.
-Bytes FastStart(unsigned k, uint8_t before, uint8_t direction = 0x13) {
+ByteVector FastStart(unsigned k, uint8_t before, uint8_t direction = 0x13) {
   return Times(1 + 4 * k, Step(before | 0x02, direction)) + Times(3 * k, Step(0x03, direction)) +
          Times(1 + 6 * k, Step(0x01, direction)) + Step(0x00, direction);
 }
-Bytes FastBytes(const Bytes& bytes) {
-  Bytes all;
-  for (const uint8_t byte : bytes) all = all + Bytes{0x11, 0x00, 0x00, byte, 0x13, 0x00, 0xFF};
+ByteVector FastBytes(const ByteVector& bytes) {
+  ByteVector all;
+  for (const uint8_t byte : bytes) all = all + ByteVector{0x11, 0x00, 0x00, byte, 0x13, 0x00, 0xFF};
   return all + Step(0x02) + Times(3, Step(0x00));
 }
-Bytes FastStop() {
+ByteVector FastStop() {
   return Times(4, Step(0x00)) + Times(7, Step(0x01)) + Times(4, Step(0x03)) + Step(0x03, 0x10);
 }
 // `before` is the value of SCL that the shadow holds from earlier.
-Bytes Transaction(const Bytes& bytes, uint8_t before = 0x01, unsigned k = 10) {
+ByteVector Transaction(const ByteVector& bytes, uint8_t before = 0x01, unsigned k = 10) {
   return FastStart(k, before) + FastBytes(bytes) + FastStop();
 }
 
@@ -49,11 +48,11 @@ class FtdiBoards : public FtdiTest {
     Forget();
   }
   // Address byte first.
-  static uint32_t Write(const Bytes& bytes) {
+  static uint32_t Write(const ByteVector& bytes) {
     return I2cWriteData(bytes[0], bytes.data() + 1, static_cast<uint32_t>(bytes.size()) - 1,
                         nullptr, 0);
   }
-  static uint32_t Read(const Bytes& command, Bytes* data) {
+  static uint32_t Read(const ByteVector& command, ByteVector* data) {
     return I2cReadData(command[0], command.data() + 1, static_cast<uint32_t>(command.size()) - 1,
                        data->data(), static_cast<uint32_t>(data->size()));
   }
@@ -69,15 +68,11 @@ class FtdiBoards : public FtdiTest {
     return {};
   }
   // The same, of all transfers until so many bytes have come.
-  static Bytes SentSoon(size_t count) {
-    Bytes sent;
+  static ByteVector SentSoon(size_t count) {
+    ByteVector sent;
     for (int i = 0; i < 5000 && sent.size() < count; ++i) sent = sent + Joined(SentSoon());
     return sent;
   }
-  // While this lives, the deferring thread cannot act.
-  struct Held {
-    std::lock_guard<std::recursive_mutex> lock{ftdi::EngineOwner::Instance().lock()};
-  };
 };
 
 TEST_F(FtdiBoards, LengthOfTheFastStart) {
@@ -104,7 +99,7 @@ TEST_F(FtdiBoards, ThreeShortWritesShareATransferAfterTenMilliseconds) {
 }
 
 TEST_F(FtdiBoards, TenShortWritesWaitForNothing) {
-  Bytes all;
+  ByteVector all;
   const uint64_t before = host().calls("FT_Write");
   {
     const Held held;
@@ -132,9 +127,9 @@ TEST_F(FtdiBoards, ARunOfTenAtAHighRateIsOneTransfer) {
 }
 
 TEST_F(FtdiBoards, WhatGoesAtOnceTakesAlongWhatWaits) {
-  const Bytes longWrite = Bytes{0x20} + RandomBytes(300);
+  const ByteVector longWrite = ByteVector{0x20} + RandomBytes(300);
   const struct {
-    Bytes bytes;
+    ByteVector bytes;
     bool atOnce;
   } kCases[] = {{{0x6E, 0x01}, true},        {{0xF4}, true},
                 {{0x6F, 0x01}, false},       {{0xF5, 0x01}, false},
@@ -147,7 +142,7 @@ TEST_F(FtdiBoards, WhatGoesAtOnceTakesAlongWhatWaits) {
     EXPECT_EQ(Write({0x20, 1}), 1u);
     EXPECT_EQ(Write({0x22, 2}), 1u);
     EXPECT_EQ(Write(bytes), 1u);
-    const Bytes all = Transaction({0x20, 1}) + Transaction({0x22, 2}) + Transaction(bytes);
+    const ByteVector all = Transaction({0x20, 1}) + Transaction({0x22, 2}) + Transaction(bytes);
     EXPECT_EQ(Sent(), atOnce ? Writes{all} : Writes{}) << int{bytes[1]};
   }
   // More than 300 bytes: what waits goes first, the long one by itself.
@@ -200,7 +195,7 @@ TEST_F(FtdiBoards, EveryBoardGetsItsOwnDeferredWrites) {
     for (uint8_t i = 0; i < 3; ++i) EXPECT_EQ(Write({0x20, i}), 1u);
   }
   // Both boards share one set of pin shadows, so both see what a single board would.
-  const Bytes all = Transaction({0x20, 0}) + Transaction({0x20, 1}) + Transaction({0x20, 2});
+  const ByteVector all = Transaction({0x20, 0}) + Transaction({0x20, 1}) + Transaction({0x20, 2});
   EXPECT_EQ(SentSoon(kFullSpeed), (Writes{all}));
   EXPECT_EQ(SentSoon(kSecond), (Writes{all}));
 }
@@ -220,13 +215,13 @@ TEST_F(FtdiBoards, OnceOnTheRealClock) {
 }
 
 TEST_F(FtdiBoards, ReadsOfOneBoard) {
-  Bytes data(2);
+  ByteVector data(2);
   EXPECT_EQ(Write({0xF4, 0x20, 0x12, 0xFF}), 1u);
   Forget();
   EXPECT_EQ(Read({0xF5, 0x20}, &data), 1u);
-  EXPECT_EQ(data, (Bytes{0x12, 0xFF}));
+  EXPECT_EQ(data, (ByteVector{0x12, 0xFF}));
   const auto byte = [](uint8_t acknowledge) {
-    return Bytes{0x33, 0x07, 0xFF, 0x87} + Step(0x00) + Bytes{0x13, 0x00, acknowledge};
+    return ByteVector{0x33, 0x07, 0xFF, 0x87} + Step(0x00) + ByteVector{0x13, 0x00, acknowledge};
   };
   EXPECT_EQ(Sent(), (Writes{FastStart(10, 0x01) + FastBytes({0xF4, 0x20}) + FastStart(10, 0x00) +
                             FastBytes({0xF5}) + byte(0x00) + byte(0xFF) + FastStop()}));
@@ -237,16 +232,16 @@ TEST_F(FtdiBoards, ReadsOfOneBoard) {
   data = {0x5A, 0x5A};
   EXPECT_EQ(I2cReadData(0xF4, nullptr, 0, data.data(), 0), 1u);
   EXPECT_EQ(Sent(), (Writes{FastStart(10, 0x01) + FastBytes({0xF5}) + FastStop()}));
-  EXPECT_EQ(data, (Bytes{0x5A, 0x5A}));
+  EXPECT_EQ(data, (ByteVector{0x5A, 0x5A}));
 }
 
 TEST_F(FtdiBoards, LongReadsComeInBlocks) {
-  Bytes content = RandomBytes(256);
+  ByteVector content = RandomBytes(256);
   for (unsigned i = 0; i < 256; ++i) {
     bench().board().controller().SetRegister(static_cast<uint8_t>(i), content[i]);
   }
   for (const size_t count : {255u, 256u, 300u, 512u}) {
-    Bytes data(count);
+    ByteVector data(count);
     EXPECT_EQ(Read({0xF4, 0x00}, &data), 1u);
     for (size_t i = 0; i < count; ++i) ASSERT_EQ(data[i], content[i % 256]) << count << ": " << i;
     EXPECT_EQ(Sent().size(), count == 255 ? 1u : 1 + count / 256);
@@ -256,19 +251,19 @@ TEST_F(FtdiBoards, LongReadsComeInBlocks) {
 TEST_F(FtdiBoards, ReadsOfTwoBoardsAreCombined) {
   Select("ft2232c+ft2232c-2", 2);
   auto* second = dynamic_cast<sim::FtdiAdapter*>(bench().adapter("ft2232c-2"))->ownBoard();
-  const Bytes first = {0x12, 0x34, 0xFF, 0x01, 0xFF};
-  const Bytes other = {0x13, 0x34, 0x01, 0xFF, 0xFF};
+  const ByteVector first = {0x12, 0x34, 0xFF, 0x01, 0xFF};
+  const ByteVector other = {0x13, 0x34, 0x01, 0xFF, 0xFF};
   for (size_t i = 0; i < first.size(); ++i) {
     bench().board().controller().SetRegister(static_cast<uint8_t>(0x20 + i), first[i]);
     second->controller().SetRegister(static_cast<uint8_t>(0x20 + i), other[i]);
   }
-  Bytes data(first.size());
+  ByteVector data(first.size());
   EXPECT_EQ(Read({0xF4, 0x20}, &data), 1u);
-  EXPECT_EQ(data, (Bytes{0x12, 0x34, 0x00, 0x00, 0x00}));
+  EXPECT_EQ(data, (ByteVector{0x12, 0x34, 0x00, 0x00, 0x00}));
   // The last board decides; one that fails leaves what the others said.
   host().Unplug(kSecond);
   EXPECT_EQ(Read({0xF4, 0x20}, &data), 0u);
-  EXPECT_EQ(data, (Bytes{0x12, 0x34, 0x00, 0x01, 0x00}));
+  EXPECT_EQ(data, (ByteVector{0x12, 0x34, 0x00, 0x01, 0x00}));
   EXPECT_EQ(Write({0xF4, 0x20, 0x01}), 0u);
 }
 
@@ -294,10 +289,10 @@ TEST_F(FtdiBoards, RatesAndPins) {
 
 TEST_F(FtdiBoards, NoBoard) {
   Select("none", 0);
-  Bytes data(2, 0x00);
+  ByteVector data(2, 0x00);
   EXPECT_EQ(Write({0x20, 1}), 0u);
   EXPECT_EQ(Read({0x20, 1}, &data), 0u);
-  EXPECT_EQ(data, (Bytes{0xFF, 0xFF}));
+  EXPECT_EQ(data, (ByteVector{0xFF, 0xFF}));
   EXPECT_EQ(SetPortVal(1, 1), 1u);
   EXPECT_EQ(SPIReadID(), 0u);
   EXPECT_EQ(I2cWriteData(0x20, nullptr, 1, nullptr, 0), 0u);
@@ -325,7 +320,7 @@ TEST_F(FtdiBoards, UnpluggedAtAnyMoment) {
     bench().SetFault("ftdi-unplug@" + std::to_string(call));
     const uint64_t began = Milliseconds();
     BriskSetDevice(kType);
-    Bytes data(300);
+    ByteVector data(300);
     Write({0xF4, 0x20, 0x44});
     Read({0xF4, 0x20}, &data);
     const uint32_t id = SPIReadID();
@@ -346,9 +341,9 @@ TEST_F(FtdiBoards, ASilentBoardCostsOneTimeOut) {
   TemporaryFolder folder;
   bench().SetFault("ftdi-no-answers");
   uint64_t began = Milliseconds();
-  Bytes data(1000);
+  ByteVector data(1000);
   EXPECT_EQ(Read({0xF4, 0x20}, &data), 0u);
-  EXPECT_EQ(data, Bytes(1000, 0xFF));
+  EXPECT_EQ(data, ByteVector(1000, 0xFF));
   EXPECT_LT(Milliseconds() - began, 5200u);
   began = Milliseconds();
   EXPECT_EQ(SPIReadID(), 0u);
@@ -358,46 +353,35 @@ TEST_F(FtdiBoards, ASilentBoardCostsOneTimeOut) {
   EXPECT_LT(Milliseconds() - began, 5200u);
 }
 
-// The same operations on the parallel port give the same flash.
-TEST_F(FtdiBoards, FlashAsOnTheParallelPort) {
-  TemporaryFolder folder;
-  const Bytes image = RandomBytes(700);
-  const std::string in = folder.File("in.bin");
-  const std::string out = folder.File("out.bin");
-  WriteFile(in, image);
-  std::vector<Bytes> memories;
-  for (const uint8_t type : {BRISK_DEVICE_LPT, BRISK_DEVICE_FTDI}) {
-    Connect("lpt+ft2232c", ",flash=w25q16");
-    BriskSetDevice(type);
-    SPIInit();
-    EXPECT_EQ(SPIReadID(), 0xEF4015u);
-    EXPECT_EQ(SPIProgramFromFile(0x1000, 700, in.c_str(), 1), 700u);
-    EXPECT_EQ(SPIGetProgress(), 100u);
-    EXPECT_EQ(SPIProgramToFile(0x1000, 700, out.c_str()), 700u);
-    EXPECT_EQ(ReadFile(out), image);
-    uint32_t byte = 0;
-    SPIReadByte(0x1001, &byte);
-    EXPECT_EQ(byte, image[1]);
-    SPIWriteByte(0x1001, 0xA5);
-    SPIReadByte(0x1001, &byte);
-    EXPECT_EQ(byte, 0xA5u);
-    const auto memory = bench().board().flash()->memory();
-    memories.emplace_back(memory.begin(), memory.end());
-  }
-  EXPECT_EQ(memories[0], memories[1]);
-}
-
 TEST_F(FtdiBoards, TwoFlashesAtOnce) {
   TemporaryFolder folder;
-  const Bytes image = RandomBytes(300, 9);
+  const ByteVector image = RandomBytes(300, 9);
   WriteFile(folder.File("in.bin"), image);
   Select("ft2232c+ft2232c-2", 2, ",flash=w25q16");
   auto* second = dynamic_cast<sim::FtdiAdapter*>(bench().adapter("ft2232c-2"))->ownBoard();
   EXPECT_EQ(SPIProgramFromFile(0x200, 300, folder.File("in.bin").c_str(), 0), 300u);
   for (sim::Board* board : {&bench().board(), second}) {
     const auto begin = board->flash()->memory().begin() + 0x200;
-    EXPECT_EQ(Bytes(begin, begin + 300), image);
+    EXPECT_EQ(ByteVector(begin, begin + 300), image);
   }
+}
+
+// Two adapters of a process know of each other what D2XX tells them.
+TEST_F(FtdiBoards, TwoAdaptersSideBySide) {
+  Select("ft2232c+ft2232c-2", 2);
+  Instance& instance = *AttachedInstance();
+  ftdi::FtdiAdapter other(Host{platform(), instance.log(), instance});
+  const Device& device = other.device();
+  const ByteVector data = {0x20, 0x45};
+  EXPECT_EQ(device.onSelect->Connect(), 0u);
+  EXPECT_FALSE(device.blocks->WriteData(0xF4, data, {}).ok());
+  EXPECT_EQ(Write({0xF4, 0x20, 0x44}), 1u);
+  EXPECT_EQ(bench().board().controller().Register(0x20), 0x44);
+  instance.ftdi().Close();
+  EXPECT_EQ(device.onSelect->Connect(), 2u);
+  EXPECT_TRUE(device.blocks->WriteData(0xF4, data, {}).ok());
+  EXPECT_EQ(bench().board().controller().Register(0x20), 0x45);
+  EXPECT_EQ(Write({0xF4, 0x20, 0x46}), 0u);
 }
 
 }  // namespace

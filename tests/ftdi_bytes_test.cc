@@ -3,22 +3,24 @@
 #include <gtest/gtest.h>
 #include <string>
 
+#include "support/files.h"
 #include "support/ftdi_bench.h"
+#include "support/sigrok.h"
 
 namespace brisk {
 namespace {
 
-const Bytes kReadAck = {0x80, 0x00, 0x11, 0x27, 0x00, 0x87};  // value as after START
-const Bytes kDriveSda = {0x80, 0x00, 0x13};
+const ByteVector kReadAck = {0x80, 0x00, 0x11, 0x27, 0x00, 0x87};  // value as after START
+const ByteVector kDriveSda = {0x80, 0x00, 0x13};
 
-Bytes Step(uint8_t value, uint8_t direction = 0x13) { return {0x80, value, direction}; }
-Bytes Start(unsigned hold, unsigned low, uint8_t gpio = 0) {
+ByteVector Step(uint8_t value, uint8_t direction = 0x13) { return {0x80, value, direction}; }
+ByteVector Start(unsigned hold, unsigned low, uint8_t gpio = 0) {
   return Times(hold, Step(0x03 | gpio)) + Times(low, Step(0x01 | gpio)) + Step(gpio);
 }
-Bytes Stop(unsigned low, unsigned high, uint8_t gpio = 0) {
+ByteVector Stop(unsigned low, unsigned high, uint8_t gpio = 0) {
   return Times(low, Step(0x01 | gpio)) + Times(high, Step(0x03 | gpio)) + Step(0x03 | gpio, 0x10);
 }
-Bytes Out(uint8_t byte) { return {0x11, 0x00, 0x00, byte}; }
+ByteVector Out(uint8_t byte) { return {0x11, 0x00, 0x00, byte}; }
 
 class FtdiBytes : public FtdiTest {
  protected:
@@ -33,7 +35,7 @@ TEST_F(FtdiBytes, Initialise) {
   Writes sent = Sent();
   // The first command is repeated until its echo is there.
   size_t repeated = 0;
-  while (repeated < sent.size() && sent[repeated] == Bytes{0xAA}) ++repeated;
+  while (repeated < sent.size() && sent[repeated] == ByteVector{0xAA}) ++repeated;
   EXPECT_GE(repeated, 1u);
   sent.erase(sent.begin(), sent.begin() + static_cast<std::ptrdiff_t>(repeated));
   EXPECT_EQ(sent, (Writes{{0xAB},
@@ -80,7 +82,7 @@ TEST_F(FtdiBytes, InitialiseStopsAtTheFirstFailureButSetsThePins) {
     EXPECT_LT(Milliseconds() - began, 6000u);
     const Writes sent = Sent();
     ASSERT_FALSE(sent.empty());
-    EXPECT_EQ(sent.back(), (Bytes{0x82, 0x00, 0x03})) << fault;
+    EXPECT_EQ(sent.back(), (ByteVector{0x82, 0x00, 0x03})) << fault;
   }
   // A flush that fails in the echo test is a failed synchronisation, too.
   Connect("ft2232c");
@@ -94,8 +96,8 @@ TEST_F(FtdiBytes, WriteWithoutAcknowledge) {
   const struct {
     bool hiSpeed;
     uint32_t mode;
-    Bytes start;
-    Bytes stop;
+    ByteVector start;
+    ByteVector stop;
   } kCases[] = {
       {false, I2C_FAST_MODE, Start(1, 1), Stop(1, 1)},
       {false, I2C_STANDARD_MODE, Start(1, 4), Stop(4, 1)},
@@ -145,8 +147,8 @@ TEST_F(FtdiBytes, StretchDataSendsBits) {
   EXPECT_EQ(I2C_SetMode(handle, I2C_STRETCH_DATA_MODE), 0u);
   const uint8_t control[] = {0xA1};
   EXPECT_EQ(I2C_Write(handle, control, 1, 0, 10, 0, 0, nullptr, 0, 0, 0, nullptr), 0u);
-  const Bytes one = {0x13, 0x00, 0xFF, 0x80, 0x02, 0x03};
-  const Bytes zero = {0x13, 0x00, 0x00, 0x80, 0x00, 0x03};
+  const ByteVector one = {0x13, 0x00, 0xFF, 0x80, 0x02, 0x03};
+  const ByteVector zero = {0x13, 0x00, 0x00, 0x80, 0x00, 0x03};
   EXPECT_EQ(Sent(), (Writes{Start(1, 1) + one + zero + one + Times(4, zero) + one}));
 }
 
@@ -184,8 +186,8 @@ TEST_F(FtdiBytes, Reads) {
       I2C_Write(handle, (control[0] = 0xF4, control), 2, 1, 10, 1, 2, values, 2, 1, 10, &pages),
       0u);
   Forget();
-  const Bytes ack = {0x80, 0x10, 0x11, 0x27, 0x00, 0x87};
-  const Bytes drive = {0x80, 0x10, 0x13};
+  const ByteVector ack = {0x80, 0x10, 0x11, 0x27, 0x00, 0x87};
+  const ByteVector drive = {0x80, 0x10, 0x13};
   const Writes address = {
       Start(1, 1) + Out(0xF4) + kReadAck,  kDriveSda, Out(0x10) + kReadAck, kDriveSda,
       Start(1, 1, 0x10) + Out(0xF5) + ack, drive};
@@ -194,18 +196,18 @@ TEST_F(FtdiBytes, Reads) {
     all.insert(all.end(), more.begin(), more.end());
     return all;
   };
-  const Bytes readByte = Step(0x10, 0x11) + Bytes{0x25, 0x00, 0x00, 0x87};
+  const ByteVector readByte = Step(0x10, 0x11) + ByteVector{0x25, 0x00, 0x00, 0x87};
   EXPECT_EQ(I2C_Read(handle, control, 2, 1, 10, I2C_BLOCK_READ_TYPE, read, 2), 0u);
   EXPECT_EQ(Sent(),
             after({readByte, drive, {0x13, 0x00, 0x00}, readByte, drive, Stop(1, 1, 0x10)}));
-  EXPECT_EQ(Bytes(read, read + 3), (Bytes{0x12, 0x34, 0xEE}));
+  EXPECT_EQ(ByteVector(read, read + 3), (ByteVector{0x12, 0x34, 0xEE}));
   EXPECT_EQ(control[0], 0xF5);
 
   read[1] = 0xEE;
   EXPECT_EQ(I2C_Read(handle, control, 2, 1, 10, I2C_BYTE_READ_TYPE, read, 2), 0u);
-  EXPECT_EQ(Sent(), after({Step(0x10, 0x11) + Bytes{0x25, 0x00, 0x00, 0x27, 0x00, 0x87}, drive,
+  EXPECT_EQ(Sent(), after({Step(0x10, 0x11) + ByteVector{0x25, 0x00, 0x00, 0x27, 0x00, 0x87}, drive,
                            Stop(1, 1, 0x10)}));
-  EXPECT_EQ(Bytes(read, read + 2), (Bytes{0x12, 0xEE}));
+  EXPECT_EQ(ByteVector(read, read + 2), (ByteVector{0x12, 0xEE}));
   // Without control acknowledges the repeated address is not waited for either.
   EXPECT_EQ(I2C_Read(handle, control, 1, 0, 10, I2C_BYTE_READ_TYPE, read, 1), 0u);
   EXPECT_EQ(Sent()[1], Start(1, 1, 0x10) + Out(0xF5));
@@ -235,7 +237,7 @@ TEST_F(FtdiBytes, Pins) {
   GpioLevels levels{};
   EXPECT_EQ(I2C_GetGPIOs(handle, &levels), 0u);
   EXPECT_EQ(Sent(), (Writes{{0x83, 0x87}}));
-  EXPECT_EQ(Bytes(levels.high, levels.high + 4), (Bytes{0, 1, 1, 1}));
+  EXPECT_EQ(ByteVector(levels.high, levels.high + 4), (ByteVector{0, 1, 1, 1}));
   EXPECT_EQ(I2C_SetLoopback(handle, 5), 0u);
   EXPECT_TRUE(host().Find(kFullSpeed)->mpsse().loopback());
   EXPECT_EQ(I2C_SetLoopback(handle, 0), 0u);
@@ -264,8 +266,8 @@ TEST_F(FtdiBytes, HiSpeedPins) {
   HiSpeedHighGpioLevels highLevels{};
   EXPECT_EQ(I2C_GetHiSpeedDeviceGPIOs(handle, 1, &lowLevels, 1, &highLevels), 0u);
   EXPECT_EQ(Sent(kHiSpeed), (Writes{{0x81, 0x87}, {0x83, 0x87}}));
-  EXPECT_EQ(Bytes(lowLevels.high, lowLevels.high + 4), (Bytes{0, 0, 1, 1}));
-  EXPECT_EQ(Bytes(highLevels.high, highLevels.high + 8), (Bytes{1, 1, 1, 1, 1, 1, 1, 0}));
+  EXPECT_EQ(ByteVector(lowLevels.high, lowLevels.high + 4), (ByteVector{0, 0, 1, 1}));
+  EXPECT_EQ(ByteVector(highLevels.high, highLevels.high + 8), (ByteVector{1, 1, 1, 1, 1, 1, 1, 0}));
   EXPECT_EQ(I2C_TurnOnThreePhaseDataClockingHiSpeedDevice(handle), 0u);
   EXPECT_EQ(I2C_TurnOffThreePhaseDataClockingHiSpeedDevice(handle), 0u);
   EXPECT_EQ(Sent(kHiSpeed), (Writes{{0x96}, {0x97}}));
@@ -277,17 +279,40 @@ TEST_F(FtdiBytes, HiSpeedPins) {
   EXPECT_TRUE(Sent(kQuad).empty());
 }
 
+// The lines behind the bytes, by sigrok's decoder.
+TEST_F(FtdiBytes, OnTheWiresAtEverySpeedAndMode) {
+  if (!kHaveSigrok) GTEST_SKIP() << "sigrok-cli runs on the Linux host only";
+  const TemporaryFolder folder;
+  const std::string trace = folder.File("lines.vcd");
+  for (const std::string adapter : {"ft2232c", "ft2232h"}) {
+    for (const uint32_t mode : {I2C_STANDARD_MODE, I2C_FAST_MODE, I2C_STRETCH_DATA_MODE}) {
+      Connect(adapter, ",trace=" + trace);
+      const uint32_t handle = Ready(adapter == "ft2232h" ? OpenHiSpeed() : OpenFullSpeed());
+      EXPECT_EQ(I2C_SetMode(handle, mode), 0u);
+      uint8_t control[] = {0xF4, 0x20};
+      const uint8_t data[] = {0x12, 0x34};
+      const PageWriteRecord pages = {1, 2};
+      uint8_t read = 0;
+      EXPECT_EQ(I2C_Write(handle, control, 2, 1, 10, 1, 2, data, 2, 1, 10, &pages), 0u);
+      EXPECT_EQ(I2C_Read(handle, control, 2, 1, 10, I2C_BYTE_READ_TYPE, &read, 1), 0u);
+      EXPECT_EQ(read, 0x12);
+      bench().trace().Close();
+      EXPECT_EQ(DecodedI2c(trace), "S F4+ 20+ 12+ 34+ P S F4+ 20+ Sr F5+ 12- P")
+          << adapter << ", mode " << mode;
+    }
+  }
+}
+
 // The engine's queue: pieces of 4096, and what becomes of short writes.
 TEST_F(FtdiBytes, FlushLengths) {
-  ftdi::EngineOwner& owner = ftdi::EngineOwner::Instance();
   const uint32_t handle = Ready(OpenFullSpeed());
-  ftdi::CMpsseI2c& engine = owner.engine();
   auto flush = [&](size_t count) {
-    Bytes bytes(count, 0x85);
-    const uint32_t status = engine.SendCommands(handle, bytes);
+    ByteVector bytes(count, 0x85);
+    const ftdi::StatusCode status = Owner().Run(
+        [&](ftdi::CMpsseI2c& engine) { return engine.line().SendCommands(handle, bytes); });
     std::vector<size_t> lengths;
-    for (const Bytes& sent : Sent()) lengths.push_back(sent.size());
-    return std::pair(status, lengths);
+    for (const ByteVector& sent : Sent()) lengths.push_back(sent.size());
+    return std::pair(static_cast<uint32_t>(status), lengths);
   };
   using Result = std::pair<uint32_t, std::vector<size_t>>;
   EXPECT_EQ(flush(4096), Result(0, {4096}));
@@ -311,20 +336,21 @@ TEST_F(FtdiBytes, FlushLengths) {
 }
 
 TEST_F(FtdiBytes, QueuedReads) {
-  ftdi::CMpsseI2c& engine = ftdi::EngineOwner::Instance().engine();
   const uint32_t handle = Ready(OpenFullSpeed());
   const struct {
     uint32_t bits;
-    Bytes bytes;
+    ByteVector bytes;
   } kCases[] = {{1, {0x27, 0x00}},
                 {8, {0x25, 0x00, 0x00}},
                 {9, {0x25, 0x00, 0x00, 0x27, 0x00}},
                 {16, {0x25, 0x01, 0x00}},
                 {8 * 257, {0x25, 0x00, 0x01}}};
   for (const auto& [bits, bytes] : kCases) {
-    engine.ClearQueue();
-    engine.QueueReadBits(bits);
-    EXPECT_EQ(engine.Flush(handle), 0u);
+    Owner().Run([&, count = bits](ftdi::CMpsseI2c& engine) {
+      engine.line().ClearQueue();
+      engine.QueueReadBits(count);
+      EXPECT_EQ(engine.line().Flush(handle), ftdi::kOk);
+    });
     EXPECT_EQ(Sent(), (Writes{bytes}));
   }
 }

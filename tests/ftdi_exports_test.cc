@@ -15,21 +15,17 @@ class FtdiExports : public FtdiTest {
   FtdiExports() { Connect("ft2232c"); }
 };
 
-TEST_F(FtdiExports, CountingLeavesOutOpenInterfacesAndNamesDoNot) {
-  uint32_t count = 99;
-  EXPECT_EQ(I2C_GetNumDevices(&count), 0u);
-  EXPECT_EQ(count, 1u);  // interface B is none
-  OpenFullSpeed();
-  EXPECT_EQ(I2C_GetNumDevices(&count), 0u);
-  EXPECT_EQ(count, 0u);
-  char name[100] = "";
-  uint32_t location = 0;
-  EXPECT_EQ(I2C_GetDeviceNameLocID(0, name, sizeof name, &location), 0u);
-  EXPECT_STREQ(name, kFullSpeed);
-  EXPECT_EQ(location, 0x21u);
+template <typename Function>
+uint32_t Count(Function count) {
+  uint32_t number = 99;
+  EXPECT_EQ(count(&number), 0u);
+  return number;
 }
 
-TEST_F(FtdiExports, NameBufferMustBeLongerThanTheName) {
+TEST_F(FtdiExports, CountingLeavesOutOpenInterfacesAndNamesDoNot) {
+  EXPECT_EQ(Count(I2C_GetNumDevices), 1u);  // interface B is none
+  OpenFullSpeed();
+  EXPECT_EQ(Count(I2C_GetNumDevices), 0u);
   char name[100] = "untouched";
   uint32_t location = 0;
   const auto length = static_cast<uint32_t>(std::strlen(kFullSpeed));
@@ -72,20 +68,24 @@ TEST_F(FtdiExports, OneOpenPerInterface) {
 }
 
 TEST_F(FtdiExports, OpenRefusals) {
+  const struct {
+    const char* fault;
+    const char* name;
+    uint32_t location, status;
+  } kCases[] = {{"", nullptr, 0x21, 23},
+                {"", "Dual RS232 B", 0x22, 25},
+                {"", kFullSpeed, 0x99, 26},
+                {"d2xx-fails:FT_GetDeviceInfoDetail", kFullSpeed, 0x21, 25},
+                {"d2xx-fails:FT_OpenEx", kFullSpeed, 0x21, 4},
+                {"d2xx-fails:FT_CreateDeviceInfoList", kFullSpeed, 0x21, 4}};
   uint32_t handle = 0;
-  EXPECT_EQ(I2C_OpenEx(nullptr, 0x21, &handle), 23u);
-  EXPECT_EQ(I2C_OpenEx("Dual RS232 B", 0x22, &handle), 25u);
-  EXPECT_EQ(I2C_OpenEx(kFullSpeed, 0x99, &handle), 26u);
   EXPECT_EQ(I2C_OpenEx(kFullSpeed, 0x21, nullptr), 36u);
-  EXPECT_EQ(host().calls("FT_OpenEx"), 0u);
-  bench().SetFault("d2xx-fails:FT_GetDeviceInfoDetail");
-  EXPECT_EQ(I2C_OpenEx(kFullSpeed, 0x21, &handle), 25u);
-  bench().ClearFaults();
-  bench().SetFault("d2xx-fails:FT_OpenEx");
-  EXPECT_EQ(I2C_OpenEx(kFullSpeed, 0x21, &handle), 4u);
-  bench().ClearFaults();
-  bench().SetFault("d2xx-fails:FT_CreateDeviceInfoList");
-  EXPECT_EQ(I2C_OpenEx(kFullSpeed, 0x21, &handle), 4u);
+  for (const auto& [fault, name, location, status] : kCases) {
+    EXPECT_EQ(*fault == 0 ? "" : bench().SetFault(fault), "");
+    EXPECT_EQ(I2C_OpenEx(name, location, &handle), status) << fault;
+    bench().ClearFaults();
+  }
+  EXPECT_EQ(host().calls("FT_OpenEx"), 1u);
 }
 
 TEST_F(FtdiExports, TheOnlyDevice) {
@@ -111,11 +111,8 @@ TEST_F(FtdiExports, DescriptionsThatAreInterfaces) {
     host().Unplug(kFullSpeed);
     host().Plug({&sim::kFtdiChips[0], description, "X1", 0x100, false}, nullptr);
     host().Plug({&sim::kFtdiChips[1], description, "X2", 0x200, false}, nullptr);
-    uint32_t count = 0;
-    EXPECT_EQ(I2C_GetNumDevices(&count), 0u);
-    EXPECT_EQ(count, fullSpeed) << description;
-    EXPECT_EQ(I2C_GetNumHiSpeedDevices(&count), 0u);
-    EXPECT_EQ(count, hiSpeed) << description;
+    EXPECT_EQ(Count(I2C_GetNumDevices), fullSpeed) << description;
+    EXPECT_EQ(Count(I2C_GetNumHiSpeedDevices), hiSpeed) << description;
   }
 }
 
@@ -125,9 +122,7 @@ TEST_F(FtdiExports, MoreInterfacesThanTheRegistryHolds) {
                  0x1000 + i * 0x10, false},
                 nullptr);
   }
-  uint32_t count = 0;
-  EXPECT_EQ(I2C_GetNumDevices(&count), 0u);
-  EXPECT_EQ(count, 61u);
+  EXPECT_EQ(Count(I2C_GetNumDevices), 61u);
   for (unsigned i = 0; i < 60; ++i) {
     uint32_t handle = 0;
     const std::string name = "Row " + std::to_string(i) + " A";
@@ -138,9 +133,7 @@ TEST_F(FtdiExports, MoreInterfacesThanTheRegistryHolds) {
 
 TEST_F(FtdiExports, HiSpeedNamesAndChannels) {
   Connect("ft2232h+ft4232h");
-  uint32_t count = 0;
-  EXPECT_EQ(I2C_GetNumHiSpeedDevices(&count), 0u);
-  EXPECT_EQ(count, 4u);
+  EXPECT_EQ(Count(I2C_GetNumHiSpeedDevices), 4u);
   char name[100];
   char channel[5];
   uint32_t location = 0;

@@ -1,247 +1,213 @@
-// The parallel port's register writes, one by one: what every primitive puts on which register.
+// The parallel port's registers, access by access: what every primitive puts on which of them, and
+// how long a write lasts.
 #include <cstdint>
+#include <cstdio>
 #include <deque>
 #include <gtest/gtest.h>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "adapters/lpt/lpt_i2c.h"
-#include "adapters/lpt/lpt_spi.h"
-#include "adapters/lpt/ports.h"
+#include "brisk/brisk.h"
 
-namespace brisk::lpt {
+#include "support/bench_test.h"
+#include "support/calls.h"
+
+namespace brisk {
 namespace {
 
-using Access = std::pair<int, int>;  // port (-1 for a read of the status register), value
-
-// Records writes; status reads come from a list, then 0xFF.
-class RecordingPort : public PortIo {
+// A parallel port that writes down its accesses: "8FE" is 0xFE to the data register at 0x378, "AFF"
+// 0xFF to the control register, "r" a read of the status register.
+class Recorder final : public sim::PortDevice {
  public:
-  void Out(uint16_t port, uint8_t value) override { accesses.emplace_back(port, value); }
-  uint8_t In(uint16_t port) override {
-    EXPECT_EQ(port, 0x379);
-    accesses.emplace_back(-1, 0);
-    if (status.empty()) return 0xFF;
+  void Write(unsigned offset, uint8_t value) override {
+    char access[8];
+    std::snprintf(access, sizeof access, "%X%02X", 8 + offset, unsigned{value});
+    Add(access);
+    sim::bench().clock().Spend(writeCost);
+  }
+  uint8_t Read(unsigned offset) override {
+    EXPECT_EQ(offset, 1u);
+    Add("r");
+    if (status.empty()) return idle;
     const uint8_t value = status.front();
     status.pop_front();
     return value;
   }
-  std::vector<Access> accesses;
+
   std::deque<uint8_t> status;
+  uint8_t idle = 0xFF;
+  uint64_t writeCost = 0;  // ns
+  std::string text;
+
+ private:
+  void Add(const char* access) { text += (text.empty() ? "" : " ") + std::string(access); }
 };
 
-// Advances by a fixed step with every counter read.
-class SteppingClock : public Clock {
- public:
-  uint64_t TimeStampCounter() override { return tsc += step; }
-  int64_t PerformanceFrequency() override { return 1000000; }
-  int64_t PerformanceCounter() override { return counter += 10; }
-  uint32_t TickCount() override { return 0; }
-  int64_t LocalTime() override { return 0; }
-  void Sleep(uint32_t) override {}
-  uint64_t tsc = 0;
-  uint64_t step = 0;
-  int64_t counter = 0;
-};
-
-class LptLines : public testing::Test {
+class LptLines : public BenchTest {
  protected:
-  std::vector<Access> Take() { return std::exchange(port.accesses, {}); }
+  LptLines() {
+    Configure("adapter=none");
+    EXPECT_TRUE(bench().ports().Connect(0x378, 3, port));
+    Select(0);
+  }
+  ~LptLines() override { DetachLibrary(); }
 
-  RecordingPort port;
-  SteppingClock clock;
-  Ports ports{port, clock};
+  void Select(uint8_t deviceType) {
+    BriskSetDevice(deviceType);
+    I2c_Stop();
+    port.text.clear();
+  }
+  // The status bytes that the call reads, and its row.
+  void Check(const std::deque<uint8_t>& status, const CallCase& row) {
+    port.status = status;
+    EXPECT_EQ(Call(row.call), row.outcome) << row.call;
+    EXPECT_EQ(std::exchange(port.text, {}), row.seen) << row.call;
+  }
+
+  Recorder port;
 };
 
-// The wait ends as long after the moment before the write as asked, however long the write took;
-// and costs one look at the counter when there is nothing to wait for.
+std::string Times(int count, const std::string& accesses) {
+  std::string text;
+  for (int i = 0; i < count; ++i) text += (i == 0 ? "" : " ") + accesses;
+  return text;
+}
+
+TEST_F(LptLines, WiringA) {
+  const std::string one = "8FD 8FF 8FD";
+  const std::string zero = "8FC 8FE 8FC";
+  Check({}, {"I2c_Start", "", "8FF 8FF 8FE 8FC"});
+  // Bit 4 low: acknowledged.
+  Check({0xEF}, {"I2c_Tx FFFFFFA5", "0",
+                 one + " " + zero + " " + one + " " + zero + " " + zero + " " + one + " " + zero +
+                     " " + one + " 8FD 8FF r 8FD"});
+  Check({0x10}, {"I2c_Tx 0", "1", Times(8, zero) + " 8FD 8FF r 8FD"});
+  Check({}, {"I2c_Stop", "", "8FC 8FE 8FF"});
+  const std::deque<uint8_t> bits = {0x10, 0xEF, 0x10, 0xEF, 0xEF, 0x10, 0xEF, 0x10};
+  const std::string read = Times(8, "8FD 8FF r 8FD");
+  // The clock is still high behind the stop.
+  Check(bits, {"I2c_Rx 0", "0 A5", "8FF" + read.substr(3) + " " + zero});
+  Check(bits, {"I2c_Rx 1", "0 A5", read + " " + one});
+  Check(bits, {"I2c_Rx 7", "0 A5", read + " " + one});
+}
+
+// One register a line. Bit 7 of the status byte is the level on wiring B and its inverse on C.
+TEST_F(LptLines, WiringsBAndC) {
+  for (const uint8_t type : {5, 9}) {
+    Select(type);
+    Check({}, {"I2c_Start", "", "AFF 87F 8FF AF7"});
+    const std::string byte = "87F AFF AF7 " + Times(7, "8FF AFF AF7") + " 87F AFF r AF7";
+    Check({0x80}, {"I2c_Tx 80", type == 5 ? "1" : "0", byte});
+    Check({0x7F}, {"I2c_Tx 80", type == 5 ? "0" : "1", byte});
+    Check({}, {"I2c_Stop", "", "8FF AFF 87F"});
+  }
+}
+
+// Single bits are built from the output byte. The clock bit of wiring C is cleared at the end of a
+// sent bit, but not of a read one; what is read is never inverted.
+TEST_F(LptLines, SingleBits) {
+  const struct {
+    uint8_t deviceType;
+    const char* output;
+    const char *one, *zero, *in;
+    uint8_t mask;
+  } kCases[] = {{0, "Lpt_Output 57", "855 857 855", "854 856 854", "855 857 r 855", 0x10},
+                {5, "Lpt_Output 57", "8D4 8DC 8D4", "854 85C 854", "8D4 8DC r 8D4", 0x80},
+                {9, "Lpt_Output 0F", "88C 88C 884", "80C 80C 804", "88C 88C r 88C", 0x80}};
+  for (const auto& test : kCases) {
+    Select(test.deviceType);
+    Call(test.output);
+    port.text.clear();
+    Check({}, {"I2c_BitOut 80", "", test.one});
+    Check({}, {"I2c_BitOut 0", "", test.zero});
+    Check({test.mask}, {"I2c_BitIn", "1", test.in});
+    Check({static_cast<uint8_t>(~test.mask)}, {"I2c_BitIn", "0", test.in});
+  }
+}
+
+std::string SpiBits(uint32_t value, int count, bool lowAtTheEnd) {
+  std::string text;
+  for (int bit = count - 1; bit >= 0; --bit) {
+    const bool high = (value >> bit & 1) != 0;
+    text += high ? " 840 844" : " 800 804";
+    if (lowAtTheEnd || bit == 0) text += high ? " 840" : " 800";
+  }
+  return text;
+}
+
+// Reading and deselecting leave the data line as it is. A data byte is sampled before the clock
+// rises, a status byte after.
+TEST_F(LptLines, FlashPins) {
+  const std::string select = "84C 848 840";
+  Check({}, {"SPIInit", "", "800"});
+  const std::deque<uint8_t> bits = {0x40, 0xBF, 0x40, 0xBF, 0xBF, 0x40, 0xBF, 0x40};
+  Check(bits, {"SPIReadByte FF800001", "A5",
+               select + SpiBits(0x03, 8, false) + SpiBits(0x800001, 24, true) + " " +
+                   Times(8, "r 844 840") + " 848"});
+  port.idle = 0;  // ready at the first look
+  Check({}, {"SPISectorErase FF800001", "",
+             select + SpiBits(0x06, 8, false) + " 808 " + select + SpiBits(0xD8, 8, false) +
+                 SpiBits(0x800001, 24, true) + " 848 " + select + SpiBits(0x05, 8, false) + " " +
+                 Times(8, "844 r 840") + " 848"});
+}
+
+// The wait ends as long after the moment before the write as asked, however long the write took:
+// here the bus's microsecond and what the port spends.
 TEST_F(LptLines, TheWriteCountsTowardsTheSettleTime) {
-  struct SlowPort : PortIo {
-    explicit SlowPort(SteppingClock& given) : clock(given) {}
-    void Out(uint16_t, uint8_t) override { clock.tsc += cost; }
-    uint8_t In(uint16_t) override { return 0xFF; }
-    SteppingClock& clock;
-    uint64_t cost = 0;
-  } slow(clock);
-  Ports paced(slow, clock);
-  clock.step = 62'500'000;  // between the two looks of the measurement, 1/16 s apart
-  ASSERT_EQ(paced.Cpu_GetFrequency(), 1000u);
-  clock.step = 1;
   const struct {
     uint32_t kHz;
-    uint64_t cost, end;
+    uint64_t cost, end;  // ns
   } kCases[] = {
-      {1000, 0, 1}, {1000, 7000, 7001}, {100, 0, 5001}, {100, 4000, 5001}, {100, 7000, 7002}};
+      {1000, 0, 1000}, {1000, 7000, 8000}, {100, 0, 5000}, {100, 3000, 5000}, {100, 7000, 8000}};
   for (const auto& given : kCases) {
-    clock.tsc = 0;
-    paced.SetClockRate(given.kHz);
-    slow.cost = given.cost;
-    paced.Port_Out(0x378, 0);
-    EXPECT_EQ(clock.tsc, given.end) << given.kHz << ' ' << given.cost;
+    I2cSetClockRate(given.kHz);
+    port.writeCost = given.cost;
+    const uint64_t took = Took([] { Lpt_Output(0); });
+    EXPECT_GE(took, given.end) << given.kHz << ' ' << given.cost;
+    EXPECT_LE(took, given.end + 100) << given.kHz << ' ' << given.cost;
   }
 }
 
-// The eight data bits of a byte on wiring A: three writes a bit.
-std::vector<Access> WiringAByte(uint8_t byte) {
-  std::vector<Access> writes;
-  for (int bit = 7; bit >= 0; --bit) {
-    const int sda = byte >> bit & 1;
-    writes.insert(writes.end(), {{0x378, 0xFC | sda}, {0x378, 0xFE | sda}, {0x378, 0xFC | sda}});
-  }
-  return writes;
-}
+class LptTiming : public BenchTest {};
 
-TEST_F(LptLines, WiringAStartByteStop) {
-  LptI2c i2c(ports, kWiringA, 0x378);
-  i2c.I2c_Start();
-  EXPECT_EQ(Take(),
-            (std::vector<Access>{{0x378, 0xFE}, {0x378, 0xFF}, {0x378, 0xFE}, {0x378, 0xFC}}));
-
-  port.status = {0xEF};  // bit 4 low: acknowledged
-  EXPECT_EQ(i2c.I2c_Tx(0xFFFFFFA5), 0u);
-  std::vector<Access> byte = WiringAByte(0xA5);
-  byte.insert(byte.end(), {{0x378, 0xFD}, {0x378, 0xFF}, {-1, 0}, {0x378, 0xFD}});
-  EXPECT_EQ(Take(), byte);
-
-  port.status = {0x10};
-  EXPECT_EQ(i2c.I2c_Tx(0), 1u);
-  Take();
-  i2c.I2c_Stop();
-  EXPECT_EQ(Take(), (std::vector<Access>{{0x378, 0xFC}, {0x378, 0xFE}, {0x378, 0xFF}}));
-}
-
-TEST_F(LptLines, WiringAReceive) {
-  LptI2c i2c(ports, kWiringA, 0x378);
-  for (const uint32_t last : {0u, 1u, 7u}) {
-    for (const int bit : {1, 0, 1, 0, 0, 1, 0, 1}) {
-      port.status.push_back(bit != 0 ? 0x10 : 0xEF);
-    }
-    uint32_t data = 0xFFFFFFFF;
-    EXPECT_EQ(i2c.I2c_Rx(&data, last), 0u);
-    EXPECT_EQ(data, 0xA5u);
-    const std::vector<Access> accesses = Take();
-    ASSERT_EQ(accesses.size(), 8u * 4 + 3);
-    // SDA of the answer stays as it was put.
-    const int sda = last != 0 ? 1 : 0;
-    EXPECT_EQ(accesses[32], Access(0x378, 0xFC | sda));
-    EXPECT_EQ(accesses[33], Access(0x378, 0xFE | sda));
-    EXPECT_EQ(accesses[34], Access(0x378, 0xFC | sda));
-  }
-  EXPECT_EQ(i2c.I2c_Rx(nullptr, 0), 1u);
-  EXPECT_TRUE(Take().empty());
-}
-
-TEST_F(LptLines, WiringsBAndCMoveOneRegisterALine) {
-  for (const Wiring* wiring : {&kWiringB, &kWiringC}) {
-    LptI2c i2c(ports, *wiring, 0x378);
-    i2c.I2c_Start();
-    EXPECT_EQ(Take(),
-              (std::vector<Access>{{0x37A, 0xFF}, {0x378, 0x7F}, {0x378, 0xFF}, {0x37A, 0xF7}}));
-    // Bit 7 of the status byte is the level on wiring B and its inverse on C.
-    for (const int bit7 : {0, 1}) {
-      port.status = {static_cast<uint8_t>(bit7 != 0 ? 0x80 : 0x7F)};
-      EXPECT_EQ(i2c.I2c_Tx(0x80), static_cast<uint32_t>(wiring == &kWiringB ? bit7 : 1 - bit7));
-      const std::vector<Access> accesses = Take();
-      ASSERT_EQ(accesses.size(), 28u);
-      EXPECT_EQ(accesses[0], Access(0x378, 0x7F));
-      EXPECT_EQ(accesses[1], Access(0x37A, 0xFF));
-      EXPECT_EQ(accesses[2], Access(0x37A, 0xF7));
-      EXPECT_EQ(accesses[3], Access(0x378, 0xFF));
-    }
-    i2c.I2c_Stop();
-    EXPECT_EQ(Take(), (std::vector<Access>{{0x378, 0xFF}, {0x37A, 0xFF}, {0x378, 0x7F}}));
+// One rate for all parallel ports; 0 leaves the last one in force.
+TEST_F(LptTiming, RateSetsTheSettleTime) {
+  const struct {
+    uint8_t deviceType;
+    uint32_t kHz;
+    uint64_t microseconds;  // of a write: at least the bus's one
+  } kCases[] = {{0, 100, 5}, {5, 0, 5},   {9, 400, 1}, {0, 33, 15},  {5, 3, 166},
+                {9, 0, 166}, {0, 500, 1}, {5, 501, 1}, {9, 1000, 1}, {0, 0, 1}};
+  for (const auto& [deviceType, kHz, microseconds] : kCases) {
+    BriskSetDevice(deviceType);
+    I2cSetClockRate(kHz);
+    const uint64_t took = Took([] { Lpt_Output(0); });
+    EXPECT_GE(took, microseconds * 1000) << kHz;
+    EXPECT_LE(took, microseconds * 1000 + 100) << kHz;
   }
 }
 
-struct SingleBitCase {
-  const char* name;
-  const Wiring* wiring;
-  uint8_t image;
-  std::vector<Access> one, zero, in;
-};
-
-TEST_F(LptLines, SingleBitsAreBuiltFromTheOutputByte) {
-  const std::vector<SingleBitCase> cases = {
-      {"A",
-       &kWiringA,
-       0x54,
-       {{0x378, 0x55}, {0x378, 0x57}, {0x378, 0x55}},
-       {{0x378, 0x54}, {0x378, 0x56}, {0x378, 0x54}},
-       {{0x378, 0x55}, {0x378, 0x57}, {-1, 0}, {0x378, 0x55}}},
-      {"B",
-       &kWiringB,
-       0x54,
-       {{0x378, 0xD4}, {0x378, 0xDC}, {0x378, 0xD4}},
-       {{0x378, 0x54}, {0x378, 0x5C}, {0x378, 0x54}},
-       {{0x378, 0xD4}, {0x378, 0xDC}, {-1, 0}, {0x378, 0xD4}}},
-      // The clock bit is cleared at the end of a sent bit, but not of a read one.
-      {"C, clock bit set",
-       &kWiringC,
-       0x0C,
-       {{0x378, 0x8C}, {0x378, 0x8C}, {0x378, 0x84}},
-       {{0x378, 0x0C}, {0x378, 0x0C}, {0x378, 0x04}},
-       {{0x378, 0x8C}, {0x378, 0x8C}, {-1, 0}, {0x378, 0x8C}}},
-  };
-  for (const SingleBitCase& test : cases) {
-    SCOPED_TRACE(test.name);
-    LptI2c i2c(ports, *test.wiring, 0x378);
-    i2c.BitOut(test.image, 0x80);
-    EXPECT_EQ(Take(), test.one);
-    i2c.BitOut(test.image, 0);
-    EXPECT_EQ(Take(), test.zero);
-    const uint8_t mask = test.wiring->sdaIn.mask;
-    port.status = {mask, static_cast<uint8_t>(~mask)};
-    EXPECT_EQ(i2c.BitIn(test.image), 1);  // never inverted
-    EXPECT_EQ(Take(), test.in);
-    EXPECT_EQ(i2c.BitIn(test.image), 0);
-    Take();
-  }
-}
-
-TEST_F(LptLines, FlashPins) {
-  LptSpi spi(ports, 0x378);
-  spi.Init();
-  EXPECT_EQ(Take(), (std::vector<Access>{{0x378, 0x00}}));
-  spi.Select();
-  EXPECT_EQ(Take(), (std::vector<Access>{{0x378, 0x4C}, {0x378, 0x48}, {0x378, 0x40}}));
-  spi.SendByte(0x81);
-  std::vector<Access> writes = {{0x378, 0x40}, {0x378, 0x44}};
-  for (int i = 0; i < 6; ++i) writes.insert(writes.end(), {{0x378, 0x00}, {0x378, 0x04}});
-  writes.insert(writes.end(), {{0x378, 0x40}, {0x378, 0x44}, {0x378, 0x40}});
-  EXPECT_EQ(Take(), writes);
-  spi.SendAddress(0xFF800001);
-  const std::vector<Access> address = Take();
-  ASSERT_EQ(address.size(), 72u);
-  for (size_t bit = 0; bit < 24; ++bit) {
-    const int mosi = bit == 0 || bit == 23 ? 0x40 : 0;
-    EXPECT_EQ(address[3 * bit], Access(0x378, mosi)) << bit;
-    EXPECT_EQ(address[3 * bit + 1], Access(0x378, mosi | 0x04)) << bit;
-    EXPECT_EQ(address[3 * bit + 2], Access(0x378, mosi)) << bit;
-  }
-  spi.Deselect();
-  EXPECT_EQ(Take(), (std::vector<Access>{{0x378, 0x48}}));
-}
-
-// A data byte is sampled before the clock rises, a status byte after.
-TEST_F(LptLines, FlashSamplingEdges) {
-  LptSpi spi(ports, 0x378);
-  const std::deque<uint8_t> bits = {0x40, 0xBF, 0x40, 0xBF, 0xBF, 0x40, 0xBF, 0x40};
-  port.status = bits;
-  EXPECT_EQ(spi.ReadByte(), 0xA5);
-  const std::vector<Access> data = Take();
-  port.status = bits;
-  EXPECT_EQ(spi.ReadStatus(), 0xA5);
-  const std::vector<Access> status = Take();
-  for (size_t bit = 0; bit < 8; ++bit) {
-    EXPECT_EQ(data[3 * bit].first, -1);
-    EXPECT_EQ(data[3 * bit + 1], Access(0x378, 0x04));
-    EXPECT_EQ(data[3 * bit + 2], Access(0x378, 0x00));
-    EXPECT_EQ(status[3 * bit], Access(0x378, 0x04));
-    EXPECT_EQ(status[3 * bit + 1].first, -1);
-    EXPECT_EQ(status[3 * bit + 2], Access(0x378, 0x00));
-  }
+// Driver, clock, board library: in this order, the clock at the highest priorities, which are put
+// back. Nothing but the measurement and the look for the driver takes time.
+TEST_F(LptTiming, AttachKeepsItsOrder) {
+  DetachLibrary();
+  ClearDebugText();
+  const size_t changes = bench().scheduler().changes().size();
+  const uint64_t before = bench().clock().Now();
+  AttachLibrary();
+  EXPECT_LE(bench().clock().Now() - before, 62'500'000u + 50'000'000u);
+  EXPECT_EQ(DebugText(),
+            "In Dllmain\n"
+            "brisk-- the port-access driver cannot be opened (file 3, service 1)\n"
+            "brisk-- no direct port access: parallel-port operations will fault\n"
+            "CPU frequency=3000 MHz\n"
+            "Error: Load WinIo.dll fail.");
+  using Change = sim::PriorityRecorder::Change;
+  const auto& all = bench().scheduler().changes();
+  EXPECT_EQ(std::vector<Change>(all.begin() + static_cast<ptrdiff_t>(changes), all.end()),
+            (std::vector<Change>{{false, 0x100}, {true, 15}, {true, 0}, {false, 0x20}}));
 }
 
 }  // namespace
-}  // namespace brisk::lpt
+}  // namespace brisk

@@ -1,4 +1,5 @@
-// The simulated PC: clock, ports and the board behind them, connectors, files, faults.
+// The simulated PC: clock, ports and the board behind them, connectors, files, faults, and the
+// texts that describe it.
 #include <gtest/gtest.h>
 #include <thread>
 
@@ -9,6 +10,8 @@
 #include "sim/adapters/lpt/lpt_adapter.h"
 #include "sim/board/nor_flash.h"
 #include "sim/board/timing_controller.h"
+#include "sim/config/adapter_kinds.h"
+#include "sim/config/options.h"
 #include "support/files.h"
 #include "support/wire_master.h"
 
@@ -22,31 +25,22 @@ TEST(SimClock, VirtualTimePassesOnlyByWhatIsDone) {
   EXPECT_EQ(clock.Now(), 0u);
   clock.Sleep(5000);
   EXPECT_EQ(clock.Now(), 5'000'000'000u);
-  const uint32_t tick = clock.TickCount();
-  clock.Advance(1'000'000'000);
-  EXPECT_EQ(clock.TickCount() - tick, 1000u);
   const uint64_t before = clock.Now();
-  clock.TimeStampCounter();
+  const uint64_t tsc = clock.TimeStampCounter();
   EXPECT_EQ(clock.Now() - before, 20u);
   clock.Sleep(0);
   EXPECT_GT(clock.Now(), before + 20);
-}
-
-TEST(SimClock, SourcesAgree) {
-  sim::VirtualClock clock;
-  const uint64_t tsc = clock.TimeStampCounter();
+  // All sources agree, and the ticks wrap.
+  const uint32_t tick = clock.TickCount();
   const int64_t performance = clock.PerformanceCounter();
   const int64_t local = clock.LocalTime();
   clock.Advance(1'000'000'000);
+  EXPECT_EQ(clock.TickCount() - tick, 1000u);
   EXPECT_NEAR(static_cast<double>(clock.TimeStampCounter() - tsc), 3e9, 3e4);
   EXPECT_NEAR(static_cast<double>(clock.PerformanceCounter() - performance),
               static_cast<double>(clock.PerformanceFrequency()), 100);
   EXPECT_NEAR(static_cast<double>(clock.LocalTime() - local), 1e7, 100);
-}
-
-TEST(SimClock, TickCountWraps) {
-  sim::VirtualClock clock;
-  clock.Advance(uint64_t{0xFFFFFFFF} * 1'000'000);
+  clock.Advance(uint64_t{0xFFFFFFFF} * 1'000'000 - clock.Now());
   EXPECT_EQ(clock.TickCount(), 0xFFFFFFFFu);
   clock.Advance(1'000'000);
   EXPECT_EQ(clock.TickCount(), 0u);
@@ -89,84 +83,74 @@ TEST(SimPorts, TwoWiringsExcludeOneAnother) {
   EXPECT_EQ(whyNot, "adapter=lpt-b: the parallel port at 0x378 has another adapter on it already");
 }
 
-struct LineCase {
-  const char* adapter;
-  uint16_t port;
-  uint8_t value;
-  bool scl, sda, cs, sck, mosi, one, zero;
+// Everything on the board's lines, by letters for those that are high: SCL and SDA as L and A, CS,
+// SCK and MOSI as c, k and m, the picture port's ONE and ZERO as 1 and 0.
+class Lines final : public sim::SpiDevice, public sim::PictureDevice {
+ public:
+  explicit Lines(sim::Bench& bench) : wires_(bench.board().i2c()) {
+    bench.board().spi().SetDevice(this);
+    bench.board().picture().SetDevice(this);
+  }
+  void LinesChanged(bool cs, bool sck, bool mosi) override { cs_ = cs, sck_ = sck, mosi_ = mosi; }
+  void LinesChanged(bool one, bool zero) override { one_ = one, zero_ = zero; }
+  bool Miso() const override { return miso; }
+  std::string Shown() const {
+    std::string text;
+    for (const auto& [level, letter] : {std::pair(wires_.scl(), 'L'),
+                                        {wires_.sda(), 'A'},
+                                        {cs_, 'c'},
+                                        {sck_, 'k'},
+                                        {mosi_, 'm'},
+                                        {one_, '1'},
+                                        {zero_, '0'}}) {
+      if (level) text += letter;
+    }
+    return text;
+  }
+  bool miso = true;
+
+ private:
+  const sim::I2cWires& wires_;
+  bool cs_ = true, sck_ = false, mosi_ = true, one_ = true, zero_ = true;
 };
 
 // One register write from idle, and where every line is then.
 TEST(SimPorts, RegisterBitsMoveTheLinesOfTheirWiring) {
-  struct Spi : sim::SpiDevice {
-    void LinesChanged(bool c, bool k, bool m) override { cs = c, sck = k, mosi = m; }
-    bool Miso() const override { return true; }
-    bool cs = true, sck = false, mosi = true;
-  };
-  struct Picture : sim::PictureDevice {
-    void LinesChanged(bool o, bool z) override { one = o, zero = z; }
-    bool one = true, zero = true;
-  };
-  const LineCase cases[] = {
-      {"lpt", 0x378, 0xFC, false, false, true, true, true, false, true},
-      {"lpt", 0x378, 0x02, true, false, false, false, false, true, false},
-      {"lpt", 0x378, 0x01, false, true, false, false, false, false, false},
-      {"lpt", 0x378, 0x4C, false, false, true, true, true, false, true},
-      {"lpt", 0x37A, 0x00, true, true, true, false, true, true, true},
-      {"lpt-b", 0x378, 0xFF, true, false, true, true, true, true, true},
-      {"lpt-b", 0x378, 0x7F, true, true, true, true, true, true, true},
-      {"lpt-b", 0x378, 0x00, true, true, false, false, false, false, false},
-      {"lpt-b", 0x37A, 0xF7, false, true, true, false, true, true, true},
-      {"lpt-c", 0x378, 0x80, true, false, false, false, false, false, false},
-      {"lpt-c", 0x37A, 0x00, false, true, true, false, true, true, true},
-  };
-  for (const LineCase& test : cases) {
-    const auto bench = MakeBench(std::string("flash=none,adapter=") + test.adapter);
-    Spi spi;
-    Picture picture;
-    bench->board().spi().SetDevice(&spi);
-    bench->board().picture().SetDevice(&picture);
-    bench->ports().Out(test.port, test.value);
-    const auto name = std::string(test.adapter) + " " + std::to_string(test.port) + " " +
-                      std::to_string(test.value);
-    EXPECT_EQ(bench->board().i2c().scl(), test.scl) << name;
-    EXPECT_EQ(bench->board().i2c().sda(), test.sda) << name;
-    EXPECT_EQ(spi.cs, test.cs) << name;
-    EXPECT_EQ(spi.sck, test.sck) << name;
-    EXPECT_EQ(spi.mosi, test.mosi) << name;
-    EXPECT_EQ(picture.one, test.one) << name;
-    EXPECT_EQ(picture.zero, test.zero) << name;
+  const struct {
+    const char* adapter;
+    uint16_t port;
+    uint8_t value;
+    const char* lines;
+  } kCases[] = {{"lpt", 0x378, 0xFC, "ckm0"},      {"lpt", 0x378, 0x02, "L1"},
+                {"lpt", 0x378, 0x01, "A"},         {"lpt", 0x378, 0x4C, "ckm0"},
+                {"lpt", 0x37A, 0x00, "LAcm10"},    {"lpt-b", 0x378, 0xFF, "Lckm10"},
+                {"lpt-b", 0x378, 0x7F, "LAckm10"}, {"lpt-b", 0x378, 0x00, "LA"},
+                {"lpt-b", 0x37A, 0xF7, "Acm10"},   {"lpt-c", 0x378, 0x80, "L"},
+                {"lpt-c", 0x37A, 0x00, "Acm10"}};
+  for (const auto& [adapter, port, value, expected] : kCases) {
+    const auto bench = MakeBench(std::string("flash=none,adapter=") + adapter);
+    const Lines lines(*bench);
+    bench->ports().Out(port, value);
+    EXPECT_EQ(lines.Shown(), expected) << adapter << ' ' << port << ' ' << int{value};
   }
 }
 
-struct StatusCase {
-  const char* adapter;
-  bool sda, miso;
-  uint8_t sdaAndMiso;  // status bits
-  uint8_t mask;
-};
-
 TEST(SimPorts, StatusShowsTheInputsOfItsWiring) {
-  const StatusCase cases[] = {
-      {"lpt", true, true, 0x50, 0x50},     {"lpt", false, true, 0x40, 0x50},
-      {"lpt", true, false, 0x10, 0x50},    {"lpt-b", true, false, 0x80, 0xC0},
-      {"lpt-b", false, true, 0x40, 0xC0},  {"lpt-c", true, true, 0x40, 0xC0},
-      {"lpt-c", false, false, 0x80, 0xC0},
-  };
-  struct Spi : sim::SpiDevice {
-    void LinesChanged(bool, bool, bool) override {}
-    bool Miso() const override { return level; }
-    bool level = false;
-  };
-  for (const StatusCase& test : cases) {
+  const struct {
+    const char* adapter;
+    bool sda, miso;
+    uint8_t sdaAndMiso;  // status bits
+    uint8_t mask;
+  } kCases[] = {{"lpt", true, true, 0x50, 0x50},    {"lpt", false, true, 0x40, 0x50},
+                {"lpt", true, false, 0x10, 0x50},   {"lpt-b", true, false, 0x80, 0xC0},
+                {"lpt-b", false, true, 0x40, 0xC0}, {"lpt-c", true, true, 0x40, 0xC0},
+                {"lpt-c", false, false, 0x80, 0xC0}};
+  for (const auto& test : kCases) {
     const auto bench = MakeBench(std::string("flash=none,adapter=") + test.adapter);
-    Spi spi;
-    spi.level = test.miso;
-    bench->board().spi().SetDevice(&spi);
+    Lines lines(*bench);
+    lines.miso = test.miso;
     bench->board().spi().Drive(false, true, false);
-    if (!test.sda) {
-      EXPECT_EQ(bench->SetFault("sda-low"), "");
-    }
+    EXPECT_EQ(test.sda ? "" : bench->SetFault("sda-low"), "");
     EXPECT_EQ(bench->ports().In(0x379) & test.mask, test.sdaAndMiso)
         << test.adapter << ' ' << test.sda << test.miso;
   }
@@ -187,58 +171,6 @@ TEST(SimConnectors, LibrariesByNameAndOrdinal) {
   std::string whyNot;
   EXPECT_EQ(bench->platform().libraries.Load("Missing", &whyNot), nullptr);
   EXPECT_NE(whyNot.find("Missing"), std::string::npos);
-}
-
-TEST(SimConnectors, WhatIsNotPluggedInIsNotThere) {
-  const auto bench = MakeBench("adapter=none");
-  Platform& platform = bench->platform();
-  std::string whyNot;
-  EXPECT_EQ(platform.serialPorts.Open(1, &whyNot), nullptr);
-  EXPECT_NE(whyNot.find("COM1"), std::string::npos);
-  EXPECT_EQ(platform.devices.Open("\\\\.\\anything", {}), nullptr);
-  EXPECT_EQ(platform.services.Connect(), nullptr);
-  EXPECT_EQ(platform.deviceInterfaces.Present({}), nullptr);
-  EXPECT_TRUE(platform.resources.Find("ICD_SYS").empty());
-}
-
-TEST(SimSystem, RecordsAndAnswersAsSet) {
-  const auto bench = MakeBench("system=9x");
-  Platform& platform = bench->platform();
-  EXPECT_FALSE(platform.system.IsNt());
-  bench->system().SetNt(true);
-  EXPECT_TRUE(platform.system.IsNt());
-  platform.scheduler.SetPriorityClass(0x100);
-  platform.scheduler.SetThreadPriority(15);
-  using Change = sim::PriorityRecorder::Change;
-  EXPECT_EQ(bench->scheduler().changes(), (std::vector<Change>{{false, 0x100}, {true, 15}}));
-  platform.debugStream.Write("a line\n");
-  EXPECT_EQ(bench->debugStream().Lines(), std::vector<std::string>{"a line\n"});
-  EXPECT_FALSE(platform.messageQueue.TakeStopRequest());
-  bench->messageQueue().Post();
-  EXPECT_TRUE(platform.messageQueue.TakeStopRequest());
-  EXPECT_FALSE(platform.messageQueue.TakeStopRequest());
-}
-
-TEST(SimFiles, WriteReadAndRemove) {
-  const TemporaryFolder folder;
-  const std::string path = folder.File("a.bin");
-  const auto bench = MakeBench("");
-  Files& files = bench->platform().files;
-  auto file = files.Create(path.c_str());
-  ASSERT_NE(file, nullptr);
-  EXPECT_EQ(file->Write("hello", 5), 5u);
-  EXPECT_TRUE(file->Close());
-  file = files.OpenForReading(path.c_str());
-  ASSERT_NE(file, nullptr);
-  char buffer[8];
-  EXPECT_EQ(file->Read(buffer, 5), 5u);
-  EXPECT_FALSE(file->AtEnd());  // no read has met the end yet
-  EXPECT_EQ(file->Read(buffer, 8), 0u);
-  EXPECT_TRUE(file->AtEnd());
-  file.reset();
-  EXPECT_TRUE(files.Remove(path.c_str()));
-  EXPECT_EQ(files.OpenForReading(path.c_str()), nullptr);
-  EXPECT_FALSE(files.Remove(path.c_str()));
 }
 
 TEST(SimFiles, Faults) {
@@ -289,6 +221,98 @@ TEST(SimBench, ConfigureExchangesTheBenchUnderTheLibrary) {
   EXPECT_EQ(I2c_ReadStringEx("F4-70-F5="), 1024);  // device type 0 again, on its own wiring
   EXPECT_EQ(SPIReadID(), 0xFFFFFFu);
   DetachLibrary();
+}
+
+using namespace sim;
+
+TEST(SimOptions, EmptyTextIsTheDefaultBench) {
+  Options options;
+  ASSERT_EQ(ParseOptions("", &options), "");
+  EXPECT_EQ(options.adapters, std::vector<std::string>{"lpt"});
+  EXPECT_STREQ(options.flash->name, "w25q32");
+  EXPECT_EQ(options.frameWidth, 1024u);
+  EXPECT_EQ(options.frameHeight, 768u);
+  EXPECT_EQ(options.tenBitAddress, -1);
+  EXPECT_FALSE(options.realClock);
+  EXPECT_TRUE(options.nt);
+}
+
+TEST(SimOptions, EveryKeyArrives) {
+  Options options;
+  ASSERT_EQ(ParseOptions("adapter=lpt-b,flash=w25q128,chip-erase-ms=40000,image=a,,b.bin,"
+                         "frame=640x480,ten-bit=0x3A5,trace=t.vcd,clock=real,seed=9,system=9x,"
+                         "debug=stderr,fault=nak:eeprom@2+disk-full:1000+sda-low%5",
+                         &options),
+            "");
+  EXPECT_EQ(options.adapters, std::vector<std::string>{"lpt-b"});
+  EXPECT_STREQ(options.flash->name, "w25q128");
+  EXPECT_EQ(options.chipEraseMs, 40000u);
+  EXPECT_EQ(options.image, "a,b.bin");
+  EXPECT_EQ(options.frameWidth, 640u);
+  EXPECT_EQ(options.frameHeight, 480u);
+  EXPECT_EQ(options.tenBitAddress, 0x3A5);
+  EXPECT_EQ(options.trace, "t.vcd");
+  EXPECT_TRUE(options.realClock);
+  EXPECT_EQ(options.seed, 9u);
+  EXPECT_FALSE(options.nt);
+  EXPECT_TRUE(options.debugToStderr);
+  ASSERT_EQ(options.faults.size(), 3u);
+  EXPECT_EQ(options.faults[0].kind, FaultKind::kNak);
+  EXPECT_EQ(options.faults[0].argument, "eeprom");
+  EXPECT_EQ(options.faults[0].at, 2u);
+  EXPECT_EQ(options.faults[1].number, 1000u);
+  EXPECT_EQ(options.faults[2].percent, 5u);
+}
+
+struct Wrong {
+  const char* text;
+  const char* said;
+};
+
+TEST(SimOptions, WrongTextsSayWhatIsKnown) {
+  const Wrong cases[] = {
+      {"flahs=w25q32", "unknown option 'flahs'; did you mean 'flash'? Known: adapter, flash, "},
+      {"qqqqqqqq=1", "unknown option 'qqqqqqqq'; known: adapter, "},
+      {"flash", "option 'flash' needs a value"},
+      {"flash=w25q23", "unknown flash 'w25q23'; did you mean 'w25q"},
+      {"adapter=ltp", "unknown adapter 'ltp'; did you mean 'lpt'? Known: none, lpt, lpt-b, lpt-c"},
+      {"adapter=lpt+", "unknown adapter ''"},
+      {"frame=1024", "frame=1024: WIDTHxHEIGHT"},
+      {"frame=0x768", "frame=0x768: WIDTHxHEIGHT"},
+      {"frame=70000x10", "frame=70000x10: WIDTHxHEIGHT"},
+      {"frame=10x10x10", "frame=10x10x10: WIDTHxHEIGHT"},
+      {"ten-bit=0x400", "ten-bit=0x400: an address"},
+      {"ten-bit=-2", "ten-bit=-2: an address"},
+      {"chip-erase-ms=0", "chip-erase-ms=0: a number"},
+      {"clock=vitual", "unknown value of clock 'vitual'; did you mean 'virtual'?"},
+      {"seed=1a", "seed=1a: a number is needed"},
+      {"fault=nack", "unknown fault 'nack'; did you mean 'nak'?"},
+      {"fault=nak:eprom", "unknown device 'eprom'; did you mean 'eeprom'?"},
+      {"fault=nak@x", "an occasion is a number"},
+      {"fault=nak%200", "a chance is a whole number of percent"},
+      {"fault=sda-low:1", "fault 'sda-low' takes no argument"},
+      {"fault=disk-full", "fault 'disk-full' needs a number"},
+      {"fault=flash-busy:long", "takes a number, not 'long'"},
+  };
+  for (const Wrong& test : cases) {
+    Options options;
+    const std::string wrong = ParseOptions(test.text, &options);
+    EXPECT_NE(wrong.find(test.said), std::string::npos) << test.text << " -> " << wrong;
+  }
+}
+
+TEST(SimOptions, HelpNamesEveryKeyThatAnErrorNames) {
+  Options options;
+  const std::string wrong = ParseOptions("nothing=1", &options);
+  const std::string help = OptionsHelp();
+  size_t keys = 0;
+  for (size_t start = wrong.find("known: ") + 7; start < wrong.size(); ++keys) {
+    const size_t end = std::min(wrong.find(", ", start), wrong.size());
+    const std::string key = wrong.substr(start, end - start);
+    EXPECT_NE(help.find(key + "="), std::string::npos) << key;
+    start = end + 2;
+  }
+  EXPECT_GE(keys, 12u);
 }
 
 }  // namespace

@@ -61,12 +61,14 @@ class Bench(unittest.TestCase):
         return result.stdout
 
     def failed(self, code, *arguments, **keys):
-        """The message of a run that must end with `code`; nothing may be on standard output."""
+        """The message of a run that must end with `code`, the same way with --json; nothing else may
+        be on standard output."""
         result = self.run_sim(*arguments, **keys)
         self.assertEqual(result.returncode, code, (arguments, result.stdout, result.stderr))
         self.assertEqual(result.stdout, "")
         for part in ("brisk: could not ", "what came back: ", "check next: "):
             self.assertIn(part, result.stderr)
+        self.json(code, *arguments, **keys)
         return result.stderr
 
     def json(self, code, *arguments, **keys):
@@ -80,6 +82,21 @@ class Bench(unittest.TestCase):
             for text in told["error"].values():
                 self.assertTrue(text)
         return told
+
+
+    def wires(self):
+        """The bytes of every I2C transaction of the trace t.vcd, as sigrok-cli decodes it."""
+        decoded = subprocess.run(
+            ["sigrok-cli", "-i", self.path("t.vcd"), "-I", "vcd:downsample=250", "-P",
+             "i2c:scl=scl:sda=sda:address_format=unshifted", "-A", "i2c=addr-data"],
+            text=True, capture_output=True, check=True, timeout=60).stdout
+        transactions = []
+        for line in decoded.splitlines():
+            if line.endswith(" Start"):
+                transactions.append([])
+            elif ": " in line[7:]:
+                transactions[-1].append(int(line[-2:], 16))
+        return transactions
 
 
 def main():

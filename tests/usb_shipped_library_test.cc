@@ -4,42 +4,36 @@
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <string>
 #include <vector>
 
 #include "brisk/brisk.h"
 
-#include "adapters/tcon_board/usb_device.h"
 #include "api/attach.h"
 #include "platform/platform.h"
 #include "support/child_process.h"
-#include "support/files.h"
+#include "support/firmware_folder.h"
+#include "support/usb_board.h"
 
 namespace brisk {
 namespace {
 
-using usb::CUsbDevice;
-using usb::TransferMode;
+using tcon_board::CUsbDevice;
+using tcon_board::TransferMode;
+using tcon_board::UsbBoard;
 using Bytes = std::vector<uint8_t>;
 
 class ShippedLibrary : public testing::Test {
  protected:
-  ShippedLibrary() : home_(std::filesystem::current_path()) {
-    std::filesystem::current_path(std::filesystem::path(folder_.File("x")).parent_path());
-    std::ofstream("firmware.hex") << ":03000000020100FA\n:00000001FF\n";
-    AttachLibrary();
-  }
+  ShippedLibrary() { AttachLibrary(); }
   ~ShippedLibrary() override {
     BriskSetDevice(0);
     DetachLibrary();
-    std::filesystem::current_path(home_);
   }
 
  private:
-  TemporaryFolder folder_;
-  std::filesystem::path home_;
+  const FirmwareFolder folder_;
 };
 
 // A process of its own has a bench of its own, with a fault. It must come before the tests that
@@ -79,7 +73,7 @@ TEST_F(FaultyBoard, StatusWords) {
                            {"usb-time-out", 50, 0xC0000120, 0xC0010000},       // we cancel
                            {"usb-time-out", 1900, 0xC00000B5, 0xC0006000}}) {  // libusb gives up
     With(test.fault, [&] {
-      CUsbDevice device(nullptr, usb::kTconInterfaceClass, true);
+      UsbBoard device;
       EXPECT_EQ(SendToRom(device, test.timeOut), test.nt == 0);
       EXPECT_EQ(device.control()->ntStatus, test.nt);
       EXPECT_EQ(device.control()->usbdStatus, test.usbd);
@@ -87,22 +81,9 @@ TEST_F(FaultyBoard, StatusWords) {
   }
 }
 
-TEST_F(FaultyBoard, SilentOnce) {
-  With("usb-time-out@2", [] {
-    CUsbDevice device(nullptr, usb::kTconInterfaceClass, true);
-    EXPECT_TRUE(SendToRom(device, 50));
-    const auto before = std::chrono::steady_clock::now();
-    EXPECT_FALSE(SendToRom(device, 50));
-    const auto spent = std::chrono::steady_clock::now() - before;
-    EXPECT_GE(spent, std::chrono::milliseconds(50));
-    EXPECT_LT(spent, std::chrono::milliseconds(900));
-    EXPECT_TRUE(SendToRom(device, 50));
-  });
-}
-
 TEST_F(FaultyBoard, ShortAnswer) {
   With("usb-short", [] {
-    CUsbDevice device(nullptr, usb::kTconInterfaceClass, true);
+    UsbBoard device;
     Bytes in(10, 0x77);
     uint32_t length = 10;
     device.control()->requestCode = 0xA0;
@@ -115,8 +96,8 @@ TEST_F(FaultyBoard, ShortAnswer) {
 
 TEST_F(FaultyBoard, UnpluggedWhileOpen) {
   With("usb-unplug@100", [] {
-    const CUsbDevice other(nullptr, usb::kTconInterfaceClass, true);  // keeps the bench loaded
-    CUsbDevice device(nullptr, usb::kTconInterfaceClass, true);
+    const UsbBoard other;  // keeps the bench loaded
+    UsbBoard device;
     int good = 0;
     while (good < 200 && SendToRom(device, 50)) ++good;
     EXPECT_GT(good, 0);
@@ -131,17 +112,6 @@ TEST_F(FaultyBoard, UnpluggedWhileOpen) {
 TEST_F(ShippedLibrary, FilesAreNamedWithTheirFolder) {
   EXPECT_EQ(platform().files.AbsolutePath("x"), (std::filesystem::current_path() / "x").string());
   EXPECT_EQ(platform().files.AbsolutePath("/x"), "/x");
-}
-
-TEST_F(ShippedLibrary, DebugBoard) {
-  BriskSetDevice(2);
-  uint8_t value = 0;
-  EXPECT_EQ(GetPortVal(49, &value), 1u);
-  EXPECT_EQ(value, 0xFE);  // written at load
-  EXPECT_EQ(I2cWriteByte(0xF4, 0x12, 0x34), 1u);
-  EXPECT_EQ(I2cReadByte(0xF4, 0x12, &value), 1u);
-  EXPECT_EQ(value, 0x34);
-  EXPECT_EQ(SPIReadID(), 0xEF4015u);
 }
 
 TEST_F(ShippedLibrary, TimingControllerBoard) {
@@ -161,9 +131,9 @@ TEST_F(ShippedLibrary, TimingControllerBoard) {
 
 TEST_F(ShippedLibrary, EveryKindOfTransfer) {
   ASSERT_EQ(BriskSetDevice(4), 1);  // loads the firmware
-  CUsbDevice device(nullptr, usb::kTconInterfaceClass, true);
+  UsbBoard device;
   ASSERT_TRUE(device.IsOpen());
-  EXPECT_EQ(device.vendorId, 0x04B4);
+  EXPECT_EQ(device.descriptor.vendorId, 0x04B4);
   EXPECT_EQ(device.address, 7);
   EXPECT_TRUE(device.highSpeed);
   EXPECT_EQ(std::u16string(device.product.data()), u"Timing controller board");
@@ -195,7 +165,7 @@ TEST_F(ShippedLibrary, EveryKindOfTransfer) {
 
 TEST_F(ShippedLibrary, ATransferWithoutAnswerIsCancelled) {
   ASSERT_EQ(BriskSetDevice(4), 1);
-  CUsbDevice device(nullptr, usb::kTconInterfaceClass, true);
+  UsbBoard device;
   device.endPoints.bulkIn->timeOut = 50;
   Bytes in(10);
   uint32_t length = 10;

@@ -9,41 +9,31 @@
 #include <fstream>
 #include <functional>
 #include <gtest/gtest.h>
+#include <regex>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "brisk/brisk.h"
 
-#include "adapters/tcon_board/tcon_usb.h"
 #include "sim/adapters/tcon_board/fx2_adapter.h"
-#include "sim/board/timing_controller.h"
 #include "support/bench_test.h"
-#include "support/files.h"
-#include "support/i2c_monitor.h"
+#include "support/calls.h"
+#include "support/firmware_folder.h"
+#include "support/usb_board.h"
 
 namespace brisk {
 namespace {
 
 using Bytes = std::vector<uint8_t>;
 
-void WriteText(const std::string& path, const std::string& text) {
-  WriteFile(path, Bytes(text.begin(), text.end()));
-}
-
 class TconBoard : public BenchTest {
  protected:
-  TconBoard() : home_(std::filesystem::current_path()) {
-    std::filesystem::current_path(std::filesystem::path(folder.File("x")).parent_path());
-    WriteText("firmware.hex", ":03000000020100FA\n:00000001FF\n");
-    Configure("adapter=tcon-usb");
-  }
-  ~TconBoard() override { std::filesystem::current_path(home_); }
+  TconBoard() { Configure("adapter=tcon-usb"); }
 
   void Connect() {
     EXPECT_EQ(BriskSetDevice(4), 1);
     board().seen.clear();
-    bench().board().i2c().AddDevice(monitor);
   }
 
   static sim::Fx2Board& board() {
@@ -68,140 +58,83 @@ class TconBoard : public BenchTest {
 
   using Texts = std::vector<std::string>;
 
-  TemporaryFolder folder;
-  I2cMonitor monitor;
+  const FirmwareFolder folder;
+};
 
- private:
-  std::filesystem::path home_;
+// The value of a port read is that of the request before it. A channel switches the bus speed,
+// which at the start is that of channel 2, and does nothing else.
+const struct {
+  const char* call;
+  const char* outcome;
+  std::vector<std::string> requests;
+} kRequests[] = {
+    {"I2cWriteByte F4 70 5A", "1", {"A4 v7A i0 >0", "A2 v70 i0 >1 5A"}},
+    {"I2cReadByte F4 70 1", "1 5A", {"A4 v7A i0 >0", "AE v70 i0 <1"}},
+    {"I2cSetClockRate 190", "", {"AB v0 i0 >0"}},
+    {"I2cSetClockRate 18F", "", {"AA v0 i0 >0"}},
+    {"SetPortVal 21 A5", "1", {"C1 vA5 i33 >0"}},
+    {"GetPortVal 21 1", "1 A5", {"C2 vA5 i33 <1"}},
+    {"I2cLib_Read 2 F4 1", "0", {}},
+    {"I2cLib_W1Byte 11 F4 1", "0", {"AA v0 i0 >0"}},
+    {"I2cLib_W2Bytes 11 F4 1 2", "0", {}},
+    {"I2cLib_W1ByteR1Byte 2 F4 1 1", "0", {"AB v0 i0 >0"}},
+    {"I2cLib_Write 3 F4 01 -", "0", {}},
+    {"I2cLib_WriteRead 10 F4 01 1", "0", {"AA v0 i0 >0"}},
+    // The packets of a block: request code, index and length of each.
+    {"I2cWriteData F4 00 11*63", "1", {"B1 v7A i0 >64 00 11 11 11"}},
+    {"I2cWriteData F4 00 11*64", "1", {"B3 v7A i0 >64 00 11 11 11", "B7 v7A i64 >1 11"}},
+    {"I2cWriteData F4 00 11*128",
+     "1",
+     {"B3 v7A i0 >64 00 11 11 11", "B5 v7A i64 >64 11 11 11 11", "B7 v7A i128 >1 11"}},
+    {"I2cWriteData F4 - -", "1", {}},
+    {"I2cReadData F4 0001 3", "1 111111", {"B3 v7A i2 >2 00 01", "B2 v7A i3 <3"}},
+    {"I2cReadData F4 11*130 -",
+     "1",
+     {"B3 v7A i130 >64 11 11 11 11", "B5 v7A i64 >64 11 11 11 11", "B5 v7A i128 >2 11 11"}},
 };
 
 TEST_F(TconBoard, RequestsOfEveryOperation) {
   Connect();
-  EXPECT_EQ(I2cWriteByte(0xF4, 0x70, 0x5A), 1u);
-  EXPECT_EQ(Requests(), (Texts{"A4 v7A i0 >0", "A2 v70 i0 >1 5A"}));
-  uint8_t value = 0xFF;
-  EXPECT_EQ(I2cReadByte(0xF4, 0x70, &value), 1u);
-  EXPECT_EQ(value, 0x5A);
-  EXPECT_EQ(Requests(), (Texts{"A4 v7A i0 >0", "AE v70 i0 <1"}));
-  EXPECT_EQ(monitor.Take(), "S F4+ 70+ 5A+ P S F4+ 70+ Sr F5+ 5A- P");
-  I2cSetClockRate(400);
-  I2cSetClockRate(399);
-  EXPECT_EQ(Requests(), (Texts{"AB v0 i0 >0", "AA v0 i0 >0"}));
-  EXPECT_EQ(SetPortVal(0x21, 0xA5), 1u);
+  for (const auto& [call, outcome, requests] : kRequests) {
+    EXPECT_EQ(Call(call), outcome) << call;
+    EXPECT_EQ(Requests(), requests) << call;
+  }
   EXPECT_EQ(board().port(0x21), 0xA5);
-  EXPECT_EQ(GetPortVal(0x21, &value), 1u);
-  EXPECT_EQ(value, 0xA5);
-  // The value of a port read is that of the request before it.
-  EXPECT_EQ(Requests(), (Texts{"C1 vA5 i33 >0", "C2 vA5 i33 <1"}));
-}
-
-TEST_F(TconBoard, ChannelsSwitchTheBusSpeed) {
-  Connect();
-  uint8_t value = 0x77;
-  EXPECT_EQ(I2cLib_Read(2, 0xF4, &value, 1), 0);  // the channel at the start
-  EXPECT_EQ(Requests(), Texts());
-  EXPECT_EQ(I2cLib_W1Byte(0x11, 0xF4, 1), 0);
-  EXPECT_EQ(I2cLib_W2Bytes(0x11, 0xF4, 1, 2), 0);
-  EXPECT_EQ(I2cLib_W1ByteR1Byte(0x02, 0xF4, 1, &value), 0);
-  EXPECT_EQ(I2cLib_Write(0x03, 0xF4, &value, 1, nullptr, 0), 0);
-  EXPECT_EQ(I2cLib_WriteRead(0x10, 0xF4, &value, 1, &value, 1), 0);
-  EXPECT_EQ(Requests(), (Texts{"AA v0 i0 >0", "AB v0 i0 >0", "AA v0 i0 >0"}));
-  EXPECT_EQ(value, 0x77);
-}
-
-// The packets of a transfer: request code, index and length of each.
-TEST_F(TconBoard, BlockPackets) {
-  Connect();
-  const uint8_t command[] = {0x00, 1, 2};
-  Bytes data(200, 0x11);
-  I2cWriteData(0xF4, command, 1, data.data(), 63);
-  EXPECT_EQ(Requests(), (Texts{"B1 v7A i0 >64 00 11 11 11"}));
-  I2cWriteData(0xF4, command, 1, data.data(), 64);
-  EXPECT_EQ(Requests(), (Texts{"B3 v7A i0 >64 00 11 11 11", "B7 v7A i64 >1 11"}));
-  I2cWriteData(0xF4, command, 1, data.data(), 128);
-  EXPECT_EQ(Requests(), (Texts{"B3 v7A i0 >64 00 11 11 11", "B5 v7A i64 >64 11 11 11 11",
-                               "B7 v7A i128 >1 11"}));
-  EXPECT_EQ(I2cWriteData(0xF4, nullptr, 0, nullptr, 0), 1u);
-  EXPECT_EQ(Requests(), Texts());
-  EXPECT_EQ(I2cReadData(0xF4, command, 2, data.data(), 3), 1u);
-  EXPECT_EQ(Requests(), (Texts{"B3 v7A i2 >2 00 01", "B2 v7A i3 <3"}));
-  EXPECT_EQ(I2cReadData(0xF4, data.data(), 130, data.data(), 0), 1u);
-  EXPECT_EQ(Requests(), (Texts{"B3 v7A i130 >64 11 11 11 11", "B5 v7A i64 >64 11 11 11 11",
-                               "B5 v7A i128 >2 11 11"}));
-  EXPECT_EQ(I2cReadData(0xF4, nullptr, 0, data.data(), 129), 1u);
+  EXPECT_EQ(Call("I2cReadData F4 - 129").substr(0, 2), "1 ");
   EXPECT_EQ(Requests(), (Texts{"B4 v7A i129 <64", "B6 v7A i64 <64", "B8 v7A i128 <1"}));
 }
 
-std::string Text(const Bytes& bytes, bool read) {
-  std::string text;
-  for (size_t i = 0; i < bytes.size(); ++i) {
-    char word[8];
-    std::snprintf(word, sizeof word, " %02X%c", bytes[i],
-                  read && i + 1 == bytes.size() ? '-' : '+');
-    text += word;
-  }
-  return text;
-}
-
-TEST_F(TconBoard, BlocksOfEveryLengthOnTheWires) {
-  Connect();
-  const uint8_t command[] = {0x40};
-  for (uint32_t length = 0; length <= 300; ++length) {
-    SCOPED_TRACE(length);
-    const Bytes data = RandomBytes(length, length);
-    EXPECT_EQ(I2cWriteData(0xF4, command, 1, data.data(), length), 1u);
-    EXPECT_EQ(monitor.Take(), "S F4+ 40+" + Text(data, false) + " P");
-    if (length == 0) continue;
-    Bytes expected;
-    for (uint32_t i = 0; i < length; ++i) {
-      expected.push_back(bench().board().controller().Register(static_cast<uint8_t>(0x40 + i)));
-    }
-    Bytes read(length + 1, 0xEE);
-    EXPECT_EQ(I2cReadData(0xF4, command, 1, read.data(), length), 1u);
-    EXPECT_EQ(monitor.Take(), "S F4+ 40+ Sr F5+" + Text(expected, true) + " P");
-    expected.push_back(0xEE);
-    EXPECT_EQ(read, expected);
-  }
-}
-
+// A register access is tried three times, a block ends at its failing packet. A short answer is no
+// error to the driver: what did not come counts as 0.
 TEST_F(TconBoard, RetriesAndFailures) {
+  const struct {
+    const char* fault;
+    const char* call;
+    const char* outcome;
+    size_t requests;
+  } kCases[] = {{"", "I2cReadByte 20 1 1", "0 00", 6},
+                {"", "I2cWriteByte 20 1 2", "0", 6},
+                {"usb-stall@2", "I2cWriteByte F4 1 2", "1", 4},
+                {"usb-stall@2", "I2cWriteData F4 - 00*200", "0", 2},
+                // The data moved, the driver reports an error.
+                {"usb-status", "SetPortVal 1 1", "0", 1},
+                {"usb-status", "GetPortVal 1 1", "0", 1},
+                {"usb-short", "I2cReadByte F4 40 1", "1 00", 2}};
   Connect();
-  uint8_t value = 0x55;
-  EXPECT_EQ(I2cReadByte(0x20, 1, &value), 0u);  // nobody there: three attempts
-  EXPECT_EQ(value, 0);
-  EXPECT_EQ(Requests().size(), 6u);
-  EXPECT_EQ(I2cWriteByte(0x20, 1, 2), 0u);
-  EXPECT_EQ(Requests().size(), 6u);
-  bench().SetFault("usb-stall@2");
-  EXPECT_EQ(I2cWriteByte(0xF4, 1, 2), 1u);  // the second attempt succeeds
-  EXPECT_EQ(Requests().size(), 4u);
-  bench().ClearFaults();
-  bench().SetFault("usb-stall@2");
-  Bytes data(200);
-  EXPECT_EQ(I2cWriteData(0xF4, nullptr, 0, data.data(), 200), 0u);  // ends at the failing packet
-  EXPECT_EQ(Requests().size(), 2u);
-  bench().ClearFaults();
-  bench().SetFault("usb-status");
-  EXPECT_EQ(SetPortVal(1, 1), 0u);  // the data moved, the driver reports an error
-  value = 0x55;
-  EXPECT_EQ(GetPortVal(1, &value), 0u);
-  EXPECT_EQ(value, 0x55);
-}
-
-// A short answer is no error to the driver: what did not come counts as 0.
-TEST_F(TconBoard, ShortAnswers) {
-  Connect();
+  for (const auto& [fault, call, outcome, requests] : kCases) {
+    EXPECT_EQ(*fault == 0 ? "" : bench().SetFault(fault), "");
+    EXPECT_EQ(Call(call), outcome) << fault << ' ' << call;
+    EXPECT_EQ(Requests().size(), requests) << fault << ' ' << call;
+    bench().ClearFaults();
+  }
+  EXPECT_EQ(Call("I2cWriteData F4 40 77*100"), "1");
+  bench().SetFault("usb-short");
   const uint8_t command[] = {0x40};
   Bytes data(100, 0x77);
-  EXPECT_EQ(I2cWriteData(0xF4, command, 1, data.data(), 100), 1u);
-  bench().SetFault("usb-short");
   EXPECT_EQ(I2cReadData(0xF4, command, 1, data.data(), 100), 1u);
   Bytes expected(100, 0x77);
   expected[63] = expected[99] = 0;  // the last bytes of the two packets
   EXPECT_EQ(data, expected);
-  uint8_t value = 0x55;
-  EXPECT_EQ(I2cReadByte(0xF4, 0x40, &value), 1u);
-  EXPECT_EQ(value, 0);
 }
 
 TEST_F(TconBoard, ATransferWithoutAnswerEndsAfterItsTimeOut) {
@@ -335,15 +268,12 @@ std::string Lower(std::string text) {
   for (char& letter : text) letter = static_cast<char>(std::tolower(letter));
   return text;
 }
-std::string CrLf(const std::string& text) {
-  std::string out;
-  for (const char letter : text) out += letter == '\n' ? "\r\n" : std::string(1, letter);
-  return out;
+std::string EndLines(const std::string& text, const std::string& with) {
+  return std::regex_replace(text, std::regex("\n"), with);
 }
+std::string CrLf(const std::string& text) { return EndLines(text, "\r\n"); }
 std::string Comments(const std::string& text) {
-  std::string out = "// firmware\n\n";
-  for (const char letter : text) out += letter == '\n' ? " // note\n" : std::string(1, letter);
-  return out + "  \n//\n";
+  return "// firmware\n\n" + EndLines(text, " // note\n") + "  \n//\n";
 }
 
 const Image kImages[] = {
@@ -379,10 +309,10 @@ TEST_P(FirmwareImages, ArriveInRam) {
   EXPECT_EQ(loads.back().data, Bytes{0});
 
   // The second mode: what lies above, by the firmware that runs.
-  usb::TconUsbBackEnd backEnd;
-  EXPECT_EQ(backEnd.Select(), 1);
+  tcon_board::UsbLink link;
+  EXPECT_TRUE(link->Connect());
   board().seen.clear();
-  EXPECT_TRUE(backEnd.DownloadFirmware("firmware.hex", usb::RamKind::kExternal));
+  EXPECT_TRUE(link->DownloadFirmware("firmware.hex", tcon_board::RamKind::kExternal));
   EXPECT_EQ(PlacesOf(Loads(0xA3)), Chunks(0x2000, 0x10000));
   const Bytes high = ReadFile("high.bin");
   EXPECT_GE(high.size(), 0x400u);
@@ -393,12 +323,12 @@ TEST_P(FirmwareImages, ArriveInRam) {
 TEST_F(TconBoard, ExternalRam) {
   Connect();
   WriteText("more.hex", ":041FFE0001020304D5\n:0230000005067F\n");
-  usb::TconUsbBackEnd backEnd;
-  EXPECT_FALSE(backEnd.DownloadFirmware("more.hex", usb::RamKind::kExternal));  // no board yet
-  EXPECT_EQ(backEnd.Select(), 1);
+  tcon_board::UsbLink link;
+  EXPECT_FALSE(link->DownloadFirmware("more.hex", tcon_board::RamKind::kExternal));  // no board yet
+  EXPECT_TRUE(link->Connect());
   board().seen.clear();
-  EXPECT_FALSE(backEnd.DownloadFirmware("none.hex", usb::RamKind::kExternal));
-  EXPECT_TRUE(backEnd.DownloadFirmware("more.hex", usb::RamKind::kExternal));
+  EXPECT_FALSE(link->DownloadFirmware("none.hex", tcon_board::RamKind::kExternal));
+  EXPECT_TRUE(link->DownloadFirmware("more.hex", tcon_board::RamKind::kExternal));
   EXPECT_EQ(Requests(), (Texts{"A3 v2000 i0 >2 03 04", "A3 v3000 i0 >2 05 06"}));
   EXPECT_EQ(board().ram(0x2001), 0x04);
   EXPECT_EQ(board().ram(0x1FFE), 0);
@@ -426,47 +356,4 @@ TEST_F(TconBoard, MalformedRecordsAreLeftOut) {
 }
 
 }  // namespace
-
-namespace usb {
-namespace {
-
-HexRecord Record(uint16_t address, size_t count) {
-  return {address, RandomBytes(count, address), ""};
-}
-
-Places PlacesOf(const std::vector<HexRecord>& records, RamKind kind) {
-  Places places;
-  for (const HexChunk& chunk : GatherChunks(records, kind)) {
-    places.emplace_back(chunk.address, chunk.data.size());
-  }
-  return places;
-}
-
-TEST(HexChunks, InternalRam) {
-  std::vector<HexRecord> records;
-  for (unsigned address = 0; address < 0x2000; address += 16) {
-    records.push_back(Record(static_cast<uint16_t>(address), 16));
-  }
-  EXPECT_EQ(PlacesOf(records, RamKind::kInternal),
-            (Places{{0, 4080}, {0xFF0, 4080}, {0x1FE0, 32}}));
-  EXPECT_EQ(PlacesOf({Record(0x1FF8, 16), Record(0x2000, 16)}, RamKind::kInternal),
-            (Places{{0x1FF8, 8}}));
-  EXPECT_EQ(PlacesOf({Record(0x10, 4), Record(0x14, 4), Record(0x20, 4), Record(0x10, 1)},
-                     RamKind::kInternal),
-            (Places{{0x10, 8}, {0x20, 4}, {0x10, 1}}));
-}
-
-TEST(HexChunks, ExternalRam) {
-  EXPECT_EQ(PlacesOf({Record(0x1FF0, 8), Record(0x1FF8, 16), Record(0x2008, 4), Record(0x3000, 2)},
-                     RamKind::kExternal),
-            (Places{{0x2000, 12}, {0x3000, 2}}));
-  const auto chunks = GatherChunks({Record(0x1FF8, 16)}, RamKind::kExternal);
-  const auto whole = RandomBytes(16, 0x1FF8);
-  ASSERT_EQ(chunks.size(), 1u);
-  EXPECT_EQ(chunks[0].data, std::vector<uint8_t>(whole.begin() + 8, whole.end()));
-  EXPECT_TRUE(PlacesOf({Record(0x1FF0, 16)}, RamKind::kExternal).empty());
-}
-
-}  // namespace
-}  // namespace usb
 }  // namespace brisk

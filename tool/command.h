@@ -3,8 +3,9 @@
 #include <CLI/CLI.hpp>
 #include <cstdint>
 #include <functional>
-#include <optional>
+#include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "outcome.h"
@@ -15,7 +16,7 @@ namespace brisk::tool {
 // The command that the command line chose.
 struct Command {
   std::string name;
-  std::function<Outcome(Session&)> run;
+  std::function<Reply(Session&)> run;
 };
 
 void AddDevicesCommand(CLI::App& app, Command& chosen);
@@ -28,35 +29,38 @@ void AddPortCommands(CLI::App& app, Command& chosen);
 void AddFtdiCommands(CLI::App& app, Command& chosen);
 
 // A group of commands, of which one must be given.
-CLI::App* AddGroup(CLI::App& app, const std::string& name, const std::string& text);
+CLI::App& AddGroup(CLI::App& app, const std::string& name, const std::string& text);
 
-// An option or argument that is a number, decimal or 0x hexadecimal.
-CLI::Option* AddNumber(CLI::App* app, const std::string& name, uint32_t& value,
-                       const std::string& text, uint32_t limit = UINT32_MAX);
-CLI::Option* AddNumber(CLI::App* app, const std::string& name, std::optional<uint32_t>& value,
-                       const std::string& text, uint32_t limit = UINT32_MAX);
+// The number that `text` gives to the option `name`, decimal or 0x hexadecimal.
+uint32_t OptionNumber(const std::string& name, const std::string& text, uint32_t limit);
+
+// An option or argument that is a number.
+template <typename Target>
+CLI::Option* AddNumber(CLI::App* app, const std::string& name, Target& value,
+                       const std::string& text, uint32_t limit = UINT32_MAX) {
+  const auto store = [&value, name, limit](const std::string& given) {
+    value = OptionNumber(name, given, limit);
+  };
+  return app->add_option_function<std::string>(name, store, text)->type_name("NUMBER");
+}
+
 CLI::Option* AddBytes(CLI::App* app, const std::string& name, std::vector<uint8_t>& bytes,
                       const std::string& text);
 
-// `run` gets the session and the arguments, which live as long as the command line.
+// `run` gets the session and the arguments, which live as long as the command line. Returns the
+// command for its options and the arguments for them to fill.
 template <typename Arguments>
-void OnCommand(CLI::App* app, Command& chosen, std::shared_ptr<Arguments> arguments,
-               Outcome (*run)(Session&, const Arguments&)) {
-  app->callback([app, &chosen, arguments, run] {
-    const CLI::App* const group = app->get_parent();
-    const bool grouped = group != nullptr && group->get_parent() != nullptr;
-    chosen.name = (grouped ? group->get_name() + " " : std::string()) + app->get_name();
+std::pair<CLI::App*, Arguments&> AddCommand(CLI::App& group, Command& chosen, const char* name,
+                                            const char* text,
+                                            Reply (*run)(Session&, const Arguments&)) {
+  CLI::App* const app = group.add_subcommand(name, text);
+  const auto arguments = std::make_shared<Arguments>();
+  const std::string fullName = (group.get_parent() != nullptr ? group.get_name() + " " : "") + name;
+  app->callback([&chosen, fullName, arguments, run] {
+    chosen.name = fullName;
     chosen.run = [arguments, run](Session& session) { return run(session, *arguments); };
   });
-}
-
-template <typename Arguments>
-CLI::App* AddCommand(CLI::App* group, Command& chosen, const char* name, const char* text,
-                     const std::shared_ptr<Arguments>& arguments,
-                     Outcome (*run)(Session&, const Arguments&)) {
-  CLI::App* const app = group->add_subcommand(name, text);
-  OnCommand(app, chosen, arguments, run);
-  return app;
+  return {app, *arguments};
 }
 
 }  // namespace brisk::tool

@@ -1,5 +1,3 @@
-#include <memory>
-
 #include "command.h"
 #include "text.h"
 
@@ -8,17 +6,6 @@ namespace {
 
 struct Arguments {};
 
-constexpr Ability kShown[] = {kI2c, kString, kFlash,        kPicture,
-                              kPll, kLines,  kRegisterRead, kRegisterWrite};
-
-std::vector<std::string> Abilities(const DeviceType& device) {
-  std::vector<std::string> names;
-  for (const Ability ability : kShown) {
-    if (device.Can(ability)) names.emplace_back(AbilityName(ability));
-  }
-  return names;
-}
-
 std::string Padded(std::string text, size_t width) {
   if (text.size() < width) text.append(width - text.size(), ' ');
   return text;
@@ -26,11 +13,11 @@ std::string Padded(std::string text, size_t width) {
 
 // Lists what can be selected. Whether hardware is there is not probed: that would drive lines of
 // whatever is connected.
-Outcome Run(Session& /*session*/, const Arguments& /*arguments*/) {
+Reply Run(Session& /*session*/, const Arguments& /*arguments*/) {
   Reply reply;
   reply.data["devices"] = Json::array();
   for (const DeviceType& device : DeviceTypes()) {
-    const std::vector<std::string> abilities = Abilities(device);
+    const std::vector<std::string> abilities = AbilityNames(device.abilities);
     reply.text += std::to_string(device.number) + "  " + Padded(device.name, 13) +
                   Padded(device.text, 42) + Join(abilities, ", ") + "\n";
     reply.data["devices"].push_back({{"number", device.number},
@@ -44,9 +31,7 @@ Outcome Run(Session& /*session*/, const Arguments& /*arguments*/) {
 }  // namespace
 
 void AddDevicesCommand(CLI::App& app, Command& chosen) {
-  CLI::App* const devices =
-      app.add_subcommand("devices", "List the device types and what each can do");
-  OnCommand(devices, chosen, std::make_shared<Arguments>(), Run);
+  AddCommand(app, chosen, "devices", "List the device types and what each can do", Run);
 }
 
 }  // namespace brisk::tool

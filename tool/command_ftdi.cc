@@ -1,5 +1,4 @@
 #include <map>
-#include <memory>
 
 #include "command.h"
 #include "ftdi_link.h"
@@ -14,8 +13,7 @@ constexpr uint32_t kMostBytes = 65535;
 
 struct Arguments {
   FtdiSettings settings{.index = 0, .mode = I2C_STANDARD_MODE, .timeoutMs = kDefaultTimeoutMs};
-  uint32_t device = 0;
-  bool sevenBit = false;
+  DeviceAddress device;
   uint32_t reg = 0;
   uint32_t count = 1;
   std::vector<uint8_t> bytes;
@@ -23,12 +21,8 @@ struct Arguments {
   uint32_t levels = 0;
 };
 
-using Link = std::variant<std::unique_ptr<FtdiLink>, Failure>;
-
-Outcome List(Session& session, const Arguments& /*arguments*/) {
-  auto listed = ListFtdi(session);
-  if (auto* const failure = std::get_if<Failure>(&listed)) return *failure;
-  const auto& all = std::get<std::vector<FtdiInterface>>(listed);
+Reply List(Session& session, const Arguments& /*arguments*/) {
+  const std::vector<FtdiInterface> all = ListFtdi(session);
   Reply reply;
   reply.data["interfaces"] = Json::array();
   for (size_t i = 0; i < all.size(); ++i) {
@@ -45,66 +39,52 @@ Outcome List(Session& session, const Arguments& /*arguments*/) {
   return reply;
 }
 
-std::optional<Failure> CheckPins(const FtdiLink& link, const Arguments& arguments) {
+void CheckPins(const FtdiInterface& interface, const Arguments& arguments) {
   const uint32_t asked = arguments.outputs.value_or(0) | arguments.levels;
-  if ((asked & ~link.KnownPins()) == 0) return std::nullopt;
-  return UsageFailure("set the pins " + Hex(asked),
-                      link.interface().chip + " has only the pins " + Hex(link.KnownPins()),
-                      "bits 0 to 3 are GPIOH0 to GPIOH3; on hi-speed chips 4 to 7 are GPIOH4 to "
-                      "GPIOH7 and 9 to 11 GPIOL1 to GPIOL3");
+  if ((asked & ~interface.pins) == 0) return;
+  throw UsageFailure("set the pins " + Hex(asked),
+                     interface.chip + " has only the pins " + Hex(interface.pins),
+                     "bits 0 to 3 are GPIOH0 to GPIOH3; on hi-speed chips 4 to 7 are GPIOH4 to "
+                     "GPIOH7 and 9 to 11 GPIOL1 to GPIOL3");
 }
 
-Outcome Gpio(Session& session, const Arguments& arguments) {
-  Link opened = FtdiLink::Open(session, arguments.settings);
-  if (auto* const failure = std::get_if<Failure>(&opened)) return *failure;
-  FtdiLink& link = *std::get<std::unique_ptr<FtdiLink>>(opened);
-  if (std::optional<Failure> failure = CheckPins(link, arguments)) return *failure;
+Reply Gpio(Session& session, const Arguments& arguments) {
+  const auto link = FtdiLink::Open(session, arguments.settings);
+  CheckPins(link->interface(), arguments);
   if (arguments.outputs) {
-    if (const uint32_t status = link.SetPins(*arguments.outputs, arguments.levels); status != 0) {
-      return link.Explain("set the pins", status);
-    }
+    link->Check("set the pins", link->SetPins(*arguments.outputs, arguments.levels));
   }
   uint32_t levels = 0;
-  if (const uint32_t status = link.GetPins(levels); status != 0) {
-    return link.Explain("read the pins", status);
-  }
-  Reply reply;
-  reply.data = {{"interface", arguments.settings.index}, {"levels", levels}};
-  reply.text = "levels " + Hex(levels) + "\n";
-  return reply;
+  link->Check("read the pins", link->GetPins(levels));
+  return {"levels " + Hex(levels) + "\n",
+          {{"interface", arguments.settings.index}, {"levels", levels}}};
 }
 
-Outcome Write(Session& session, const Arguments& arguments) {
-  uint8_t address = 0;
-  if (auto failure = ToAddressByte(arguments.device, arguments.sevenBit, address)) return *failure;
-  Link opened = FtdiLink::Open(session, arguments.settings);
-  if (auto* const failure = std::get_if<Failure>(&opened)) return *failure;
-  FtdiLink& link = *std::get<std::unique_ptr<FtdiLink>>(opened);
-  const std::string place = "device " + Hex(address) + ", register " + Hex(arguments.reg);
-  const uint32_t status =
-      link.Write({address, static_cast<uint8_t>(arguments.reg)}, arguments.bytes);
-  if (status != 0) return link.Explain("write to " + place, status);
-  Reply reply;
-  reply.data = {{"device", address}, {"register", arguments.reg}, {"bytes", arguments.bytes}};
-  reply.text = "wrote " + HexBytes(arguments.bytes) + " to " + place + "\n";
-  return reply;
+std::string Place(uint8_t address, uint32_t reg) {
+  return "device " + Hex(address) + ", register " + Hex(reg);
 }
 
-Outcome Read(Session& session, const Arguments& arguments) {
-  uint8_t address = 0;
-  if (auto failure = ToAddressByte(arguments.device, arguments.sevenBit, address)) return *failure;
-  Link opened = FtdiLink::Open(session, arguments.settings);
-  if (auto* const failure = std::get_if<Failure>(&opened)) return *failure;
-  FtdiLink& link = *std::get<std::unique_ptr<FtdiLink>>(opened);
+Json TransferData(uint8_t address, uint32_t reg, const std::vector<uint8_t>& bytes) {
+  return {{"device", address}, {"register", reg}, {"bytes", bytes}};
+}
+
+Reply Write(Session& session, const Arguments& arguments) {
+  const uint8_t address = arguments.device.Byte();
+  const auto link = FtdiLink::Open(session, arguments.settings);
+  const std::string place = Place(address, arguments.reg);
+  link->Check("write to " + place,
+              link->Write({address, static_cast<uint8_t>(arguments.reg)}, arguments.bytes));
+  return {"wrote " + HexBytes(arguments.bytes) + " to " + place + "\n",
+          TransferData(address, arguments.reg, arguments.bytes)};
+}
+
+Reply Read(Session& session, const Arguments& arguments) {
+  const uint8_t address = arguments.device.Byte();
+  const auto link = FtdiLink::Open(session, arguments.settings);
   std::vector<uint8_t> bytes(arguments.count);
-  const uint32_t status = link.Read({address, static_cast<uint8_t>(arguments.reg)}, bytes);
-  if (status != 0) {
-    return link.Explain("read device " + Hex(address) + ", register " + Hex(arguments.reg), status);
-  }
-  Reply reply;
-  reply.data = {{"device", address}, {"register", arguments.reg}, {"bytes", bytes}};
-  reply.text = HexBytes(bytes) + "\n";
-  return reply;
+  link->Check("read " + Place(address, arguments.reg),
+              link->Read({address, static_cast<uint8_t>(arguments.reg)}, bytes));
+  return {HexBytes(bytes) + "\n", TransferData(address, arguments.reg, bytes)};
 }
 
 void AddLink(CLI::App* app, Arguments& arguments) {
@@ -120,42 +100,34 @@ void AddLink(CLI::App* app, Arguments& arguments) {
 }
 
 void AddTarget(CLI::App* app, Arguments& arguments) {
-  AddNumber(app, "DEVICE", arguments.device, "device address, 8-bit form (0xF4)", 0xFF)->required();
-  app->add_flag("--7bit", arguments.sevenBit, "DEVICE is in the 7-bit form (0x7A)");
+  AddLink(app, arguments);
+  AddDevice(app, arguments.device);
   AddNumber(app, "REGISTER", arguments.reg, "register", UINT8_MAX)->required();
 }
 
 }  // namespace
 
 void AddFtdiCommands(CLI::App& app, Command& chosen) {
-  CLI::App* const group = AddGroup(app, "ftdi", "Use FTDI interfaces directly as I2C masters");
+  CLI::App& group = AddGroup(app, "ftdi", "Use FTDI interfaces directly as I2C masters");
+  AddCommand(group, chosen, "list", "List the interfaces", List);
 
-  OnCommand(group->add_subcommand("list", "List the interfaces"), chosen,
-            std::make_shared<Arguments>(), List);
-
-  auto arguments = std::make_shared<Arguments>();
-  CLI::App* const gpio =
-      group->add_subcommand("gpio", "Read the pins; with --output set them first");
-  AddLink(gpio, *arguments);
+  const auto [gpio, pins] =
+      AddCommand(group, chosen, "gpio", "Read the pins; with --output set them first", Gpio);
+  AddLink(gpio, pins);
   CLI::Option* const output =
-      AddNumber(gpio, "--output", arguments->outputs,
+      AddNumber(gpio, "--output", pins.outputs,
                 "pins to drive: bit n is GPIOHn; on hi-speed chips bits 9 to 11 are GPIOL1 to 3");
-  AddNumber(gpio, "--level", arguments->levels, "their levels (default 0)")->needs(output);
-  OnCommand(gpio, chosen, arguments, Gpio);
+  AddNumber(gpio, "--level", pins.levels, "their levels (default 0)")->needs(output);
 
-  arguments = std::make_shared<Arguments>();
-  CLI::App* const write = group->add_subcommand("write", "Write bytes from a register on");
-  AddLink(write, *arguments);
-  AddTarget(write, *arguments);
-  AddBytes(write, "BYTES", arguments->bytes, "bytes to write");
-  OnCommand(write, chosen, arguments, Write);
+  const auto [write, written] =
+      AddCommand(group, chosen, "write", "Write bytes from a register on", Write);
+  AddTarget(write, written);
+  AddBytes(write, "BYTES", written.bytes, "bytes to write");
 
-  arguments = std::make_shared<Arguments>();
-  CLI::App* const read = group->add_subcommand("read", "Read bytes from a register on");
-  AddLink(read, *arguments);
-  AddTarget(read, *arguments);
-  AddNumber(read, "--count,-n", arguments->count, "how many bytes (default 1)", kMostBytes);
-  OnCommand(read, chosen, arguments, Read);
+  const auto [read, asked] =
+      AddCommand(group, chosen, "read", "Read bytes from a register on", Read);
+  AddTarget(read, asked);
+  AddNumber(read, "--count,-n", asked.count, "how many bytes (default 1)", kMostBytes);
 }
 
 }  // namespace brisk::tool

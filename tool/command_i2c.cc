@@ -16,11 +16,10 @@ constexpr uint32_t kMostBytes = 4096;
 constexpr uint32_t kFtdiTimeoutMs = 10;
 
 struct TransferArguments {
-  uint32_t device = 0;
+  DeviceAddress device;
   uint32_t reg = 0;
   uint32_t registerBytes = 1;
   uint32_t count = 1;
-  bool sevenBit = false;
   std::vector<uint8_t> bytes;
 };
 
@@ -46,136 +45,105 @@ std::string Place(const TransferArguments& arguments, uint8_t address, uint32_t 
 }
 
 Failure NotAcknowledged(const Session& session, const std::string& tried, uint8_t address) {
-  return OperationFailure(
-      tried, "no acknowledge",
-      "check power and wiring of the board, the address (8-bit form: " + Hex(address) +
-          " is 7-bit " + Hex(address >> 1U) + "), and what answers at all: brisk --device " +
-          session.device().name + " i2c scan");
+  return OperationFailure(tried, "no acknowledge",
+                          "check power and wiring of the board, the address (8-bit form: " +
+                              Hex(address) + " is 7-bit " + Hex(address >> 1U) +
+                              "), and what answers at all: " + session.device().ScanCommand());
 }
 
-void NoteAcknowledge(const Session& session, Reply& reply) {
-  if (session.device().acknowledges) return;
+Reply Transferred(const Session& session, const TransferArguments& arguments, std::string text,
+                  const std::vector<uint8_t>& bytes) {
+  Reply reply{.text = std::move(text)};
+  reply.data["device"] = arguments.device.Byte();
+  if (arguments.registerBytes != 0) reply.data["register"] = arguments.reg;
+  reply.data["bytes"] = bytes;
+  if (session.device().acknowledges) return reply;
   reply.data["acknowledge"] = "not reported by this hardware";
   reply.text += "(this hardware does not report acknowledges)\n";
+  return reply;
 }
 
-// Fills `bytes` from register `reg` on, at most `longest` at a time; what failed otherwise.
-std::optional<Failure> ReadRegisters(Session& session, const TransferArguments& arguments,
-                                     uint8_t address, std::vector<uint8_t>& bytes,
-                                     uint32_t longest) {
+// The library wants a pointer to no bytes too.
+const uint8_t* Pointer(const std::vector<uint8_t>& bytes) {
+  static constexpr uint8_t kNone = 0;
+  return bytes.empty() ? &kNone : bytes.data();
+}
+
+// `size` bytes from the register on, at most `longest` at a time.
+std::vector<uint8_t> ReadRegisters(Session& session, const TransferArguments& arguments,
+                                   uint32_t size, uint32_t longest) {
+  const uint8_t address = arguments.device.Byte();
   const bool blocks = session.device().readsBlocks || arguments.registerBytes == 0;
   const uint32_t step = blocks ? longest : 1;
-  for (uint32_t done = 0; done < bytes.size(); done += step) {
+  std::vector<uint8_t> bytes(size);
+  for (uint32_t done = 0; done < size; done += step) {
     const uint32_t reg = arguments.reg + done;
     const std::string tried = "read " + Place(arguments, address, reg);
-    if (Progress::Interrupted()) return OperationFailure(tried, "stopped", "start it again");
-    const uint32_t count = std::min<uint32_t>(step, static_cast<uint32_t>(bytes.size()) - done);
+    if (Progress::Interrupted()) throw OperationFailure(tried, "stopped", "start it again");
     const std::vector<uint8_t> command = RegisterBytes(reg, arguments.registerBytes);
-    uint8_t none = 0;
-    const uint8_t* const sent = command.empty() ? &none : command.data();
-    if (session.api().I2cReadData(address, sent, static_cast<uint32_t>(command.size()),
-                                  &bytes[done], count) == 0) {
-      return NotAcknowledged(session, tried, address);
+    if (session.api().I2cReadData(address, Pointer(command), arguments.registerBytes, &bytes[done],
+                                  std::min(step, size - done)) == 0) {
+      throw NotAcknowledged(session, tried, address);
     }
   }
-  return {};
+  return bytes;
 }
 
-// A device behind an adapter that samples the acknowledge of neither address would read as 0xFF;
-// where the hardware tells, the device is asked first.
-bool Answers(Session& session, uint8_t address) {
-  if (session.device().probe != Probe::kAddress) return true;
-  uint8_t none = 0;
+bool Acknowledges(const Session& session, uint8_t address) {
+  const uint8_t none = 0;
   return session.api().I2cLib_Write(0, address, &none, 0, &none, 0) != 0;
 }
 
-std::optional<Failure> RefuseTooMany(const DeviceType& device, const std::string& what,
-                                     size_t bytes) {
-  if (bytes <= device.mostBytes) return {};
-  return UsageFailure(what,
-                      "the " + std::string(device.text) + " moves at most " +
-                          std::to_string(device.mostBytes) + " bytes at a time",
-                      "split it into several transfers");
+void CheckLength(const DeviceType& device, const std::string& tried, size_t bytes) {
+  if (bytes <= device.mostBytes) return;
+  throw UsageFailure(
+      tried,
+      device.The() + " moves at most " + std::to_string(device.mostBytes) + " bytes at a time",
+      "split it into several transfers");
 }
 
-Outcome Read(Session& session, const TransferArguments& arguments) {
-  uint8_t address = 0;
-  if (std::optional<Failure> failure =
-          ToAddressByte(arguments.device, arguments.sevenBit, address)) {
-    return *failure;
-  }
+Reply Read(Session& session, const TransferArguments& arguments) {
+  const std::string tried = "read " + Place(arguments, arguments.device.Byte(), arguments.reg);
   if (arguments.count == 0) {
-    return UsageFailure("read " + Place(arguments, address, arguments.reg), "0 bytes are asked for",
-                        "give --count from 1 on");
+    throw UsageFailure(tried, "0 bytes are asked for", "give --count from 1 on");
   }
-  if (std::optional<Failure> failure = RefuseTooMany(
-          session.device(), "read " + Place(arguments, address, arguments.reg), arguments.count)) {
-    return *failure;
-  }
-  if (std::optional<Failure> failure = session.Ready(kI2c)) return *failure;
-  std::vector<uint8_t> bytes(arguments.count);
-  if (std::optional<Failure> failure =
-          ReadRegisters(session, arguments, address, bytes, arguments.count)) {
-    return *failure;
-  }
-  Reply reply;
-  reply.text = HexBytes(bytes) + "\n";
-  reply.data["device"] = address;
-  if (arguments.registerBytes != 0) reply.data["register"] = arguments.reg;
-  reply.data["bytes"] = bytes;
-  NoteAcknowledge(session, reply);
-  return reply;
+  CheckLength(session.device(), tried, arguments.count);
+  session.Ready(kI2c);
+  const std::vector<uint8_t> bytes =
+      ReadRegisters(session, arguments, arguments.count, arguments.count);
+  return Transferred(session, arguments, HexBytes(bytes) + "\n", bytes);
 }
 
 // Lengths, register included, that I2cWriteData's description warns of. Not split here: only the
 // device's user knows whether two writes do what one does.
-std::optional<Failure> RefuseStrayLength(const DeviceType& device, const std::string& place,
-                                         size_t bytes) {
+void CheckStrayLength(const DeviceType& device, const std::string& tried, size_t bytes) {
   constexpr size_t kFirst = 60;
   constexpr size_t kPeriod = 63;
-  if (!device.packetsStray || bytes < kFirst || (bytes - kFirst) % kPeriod != 0) return {};
-  return UsageFailure("write to " + place,
-                      "with " + std::to_string(bytes) + " bytes, register included, the " +
-                          device.text + " would put something extra on the bus",
-                      "write one byte less or more, or in two writes if the device allows it");
+  if (!device.packetsStray || bytes < kFirst || (bytes - kFirst) % kPeriod != 0) return;
+  throw UsageFailure(tried,
+                     "with " + std::to_string(bytes) + " bytes, register included, " +
+                         device.The() + " would put something extra on the bus",
+                     "write one byte less or more, or in two writes if the device allows it");
 }
 
-Outcome Write(Session& session, const TransferArguments& arguments) {
-  uint8_t address = 0;
-  if (std::optional<Failure> failure =
-          ToAddressByte(arguments.device, arguments.sevenBit, address)) {
-    return *failure;
-  }
-  const std::vector<uint8_t> command = RegisterBytes(arguments.reg, arguments.registerBytes);
+Reply Write(Session& session, const TransferArguments& arguments) {
+  const std::vector<uint8_t>& bytes = arguments.bytes;
+  const uint8_t address = arguments.device.Byte();
   const std::string place = Place(arguments, address, arguments.reg);
-  if (std::optional<Failure> failure =
-          RefuseTooMany(session.device(), "write to " + place, arguments.bytes.size())) {
-    return *failure;
-  }
-  if (std::optional<Failure> failure =
-          RefuseStrayLength(session.device(), place, command.size() + arguments.bytes.size())) {
-    return *failure;
-  }
-  if (std::optional<Failure> failure = session.Ready(kI2c)) return *failure;
-  uint8_t none = 0;
-  const uint32_t done = session.api().I2cWriteData(
-      address, command.empty() ? &none : command.data(), static_cast<uint32_t>(command.size()),
-      arguments.bytes.data(), static_cast<uint32_t>(arguments.bytes.size()));
-  if (done == 0) {
-    return NotAcknowledged(session, "write " + HexBytes(arguments.bytes) + " to " + place, address);
+  CheckLength(session.device(), "write to " + place, bytes.size());
+  CheckStrayLength(session.device(), "write to " + place, arguments.registerBytes + bytes.size());
+  session.Ready(kI2c);
+  const std::vector<uint8_t> command = RegisterBytes(arguments.reg, arguments.registerBytes);
+  if (session.api().I2cWriteData(address, Pointer(command), arguments.registerBytes, bytes.data(),
+                                 static_cast<uint32_t>(bytes.size())) == 0) {
+    throw NotAcknowledged(session, "write " + HexBytes(bytes) + " to " + place, address);
   }
   // Short writes may wait in the library for more; setting the clock sends them, so that they are
   // out before this process ends.
   if (session.device().number == BRISK_DEVICE_FTDI) {
     session.api().I2cSetClockRate(session.options().rate.value_or(100));
   }
-  Reply reply;
-  reply.text = "wrote " + HexBytes(arguments.bytes) + " to " + place + "\n";
-  reply.data["device"] = address;
-  if (arguments.registerBytes != 0) reply.data["register"] = arguments.reg;
-  reply.data["bytes"] = arguments.bytes;
-  NoteAcknowledge(session, reply);
-  return reply;
+  return Transferred(session, arguments, "wrote " + HexBytes(bytes) + " to " + place + "\n", bytes);
 }
 
 std::string DumpText(const std::vector<uint8_t>& bytes) {
@@ -192,53 +160,38 @@ std::string DumpText(const std::vector<uint8_t>& bytes) {
   return text;
 }
 
-Outcome Dump(Session& session, const TransferArguments& arguments) {
-  uint8_t address = 0;
-  if (std::optional<Failure> failure =
-          ToAddressByte(arguments.device, arguments.sevenBit, address)) {
-    return *failure;
+Reply Dump(Session& session, const TransferArguments& arguments) {
+  const uint8_t address = arguments.device.Byte();
+  session.Ready(kI2c);
+  // A device behind an adapter that samples the acknowledge of neither address would read as 0xFF;
+  // where the hardware tells, the device is asked first.
+  if (session.device().probe == Probe::kAddress && !Acknowledges(session, address)) {
+    throw NotAcknowledged(session, "dump device " + Hex(address), address);
   }
-  if (std::optional<Failure> failure = session.Ready(kI2c)) return *failure;
-  std::vector<uint8_t> bytes(kRegisters);
-  if (!Answers(session, address)) {
-    return NotAcknowledged(session, "dump device " + Hex(address), address);
-  }
-  if (std::optional<Failure> failure = ReadRegisters(session, arguments, address, bytes, kBlock)) {
-    return *failure;
-  }
-  Reply reply;
-  reply.text = DumpText(bytes);
-  reply.data["device"] = address;
-  reply.data["bytes"] = bytes;
-  NoteAcknowledge(session, reply);
+  const std::vector<uint8_t> bytes = ReadRegisters(session, arguments, kRegisters, kBlock);
+  Reply reply = Transferred(session, arguments, DumpText(bytes), bytes);
+  reply.data.erase("register");
   return reply;
 }
 
 // Whether a device acknowledges its 8-bit address.
 using Asks = std::function<bool(uint8_t)>;
-using Asked = std::variant<Asks, Failure>;
 
-// The FTDI board's own operations sample no acknowledge, the I2C_ functions do.
-Asked OpenFtdi(Session& session) {
-  auto opened = FtdiLink::Open(session, {0, I2C_STANDARD_MODE, kFtdiTimeoutMs});
-  if (auto* const failure = std::get_if<Failure>(&opened)) return *failure;
-  const std::shared_ptr<FtdiLink> link = std::move(std::get<std::unique_ptr<FtdiLink>>(opened));
-  return [link](uint8_t address) { return link->Write({address}, {}) == 0; };
-}
-
-Asked Open(Session& session) {
-  if (session.device().probe == Probe::kFtdiFamily) return OpenFtdi(session);
-  if (std::optional<Failure> failure = session.Ready(kI2c)) return *failure;
+Asks Open(Session& session) {
+  // The FTDI board's own operations sample no acknowledge, the I2C_ functions do.
+  if (session.device().probe == Probe::kFtdiFamily) {
+    const std::shared_ptr<FtdiLink> link =
+        FtdiLink::Open(session, {0, I2C_STANDARD_MODE, kFtdiTimeoutMs});
+    return [link](uint8_t address) { return link->Write({address}, {}) == 0; };
+  }
+  session.Ready(kI2c);
   if (session.device().probe == Probe::kRegister) {
     return [&session](uint8_t address) {
       uint8_t byte = 0;
       return session.api().I2cReadByte(address, 0, &byte) != 0;
     };
   }
-  return [&session](uint8_t address) {
-    const uint8_t none = 0;
-    return session.api().I2cLib_Write(0, address, &none, 0, &none, 0) != 0;
-  };
+  return [&session](uint8_t address) { return Acknowledges(session, address); };
 }
 
 std::string ScanText(const std::vector<uint8_t>& found, const ScanArguments& range) {
@@ -250,36 +203,25 @@ std::string ScanText(const std::vector<uint8_t>& found, const ScanArguments& ran
          Hex(range.last) + " acknowledged\n";
 }
 
-Outcome Scan(Session& session, const ScanArguments& arguments) {
+Reply Scan(Session& session, const ScanArguments& arguments) {
   const std::string tried = "scan the I2C bus";
   const DeviceType& device = session.device();
   if (arguments.first > arguments.last) {
-    return UsageFailure(tried, "the first address is above the last", "exchange them");
+    throw UsageFailure(tried, "the first address is above the last", "exchange them");
   }
   if (device.probe == Probe::kNone) {
-    return UsageFailure(tried, std::string("the ") + device.text + " does not report acknowledges",
-                        "read a register of the device you look for instead (i2c read)");
+    throw UsageFailure(tried, device.The() + " does not report acknowledges",
+                       "read a register of the device you look for instead (i2c read)");
   }
-  Asked asked = Open(session);
-  if (auto* const failure = std::get_if<Failure>(&asked)) return *failure;
+  const Asks asks = Open(session);
   std::vector<uint8_t> found;
   for (uint32_t address = arguments.first; address <= arguments.last; ++address) {
     if (Progress::Interrupted()) {
-      return OperationFailure(tried, "stopped at address " + Hex(address), "start it again");
+      throw OperationFailure(tried, "stopped at address " + Hex(address), "start it again");
     }
-    if (std::get<Asks>(asked)(static_cast<uint8_t>(address << 1U))) {
-      found.push_back(static_cast<uint8_t>(address));
-    }
+    if (asks(static_cast<uint8_t>(address << 1U))) found.push_back(static_cast<uint8_t>(address));
   }
-  Reply reply;
-  reply.text = ScanText(found, arguments);
-  reply.data["addresses"] = found;
-  return reply;
-}
-
-void AddDevice(CLI::App* app, TransferArguments& arguments) {
-  AddNumber(app, "DEVICE", arguments.device, "device address, 8-bit form (0xF4)", 0xFF)->required();
-  app->add_flag("--7bit", arguments.sevenBit, "DEVICE is in the 7-bit form (0x7A)");
+  return {ScanText(found, arguments), {{"addresses", found}}};
 }
 
 void AddRegister(CLI::App* app, TransferArguments& arguments) {
@@ -291,32 +233,28 @@ void AddRegister(CLI::App* app, TransferArguments& arguments) {
 }  // namespace
 
 void AddI2cCommands(CLI::App& app, Command& chosen) {
-  CLI::App* const group = AddGroup(app, "i2c", "Read and write devices on the I2C bus");
+  CLI::App& group = AddGroup(app, "i2c", "Read and write devices on the I2C bus");
 
-  CLI::App* const read = group->add_subcommand("read", "Read bytes from a register on");
-  auto readArguments = std::make_shared<TransferArguments>();
-  AddDevice(read, *readArguments);
-  AddRegister(read, *readArguments);
-  AddNumber(read, "--count,-n", readArguments->count, "how many bytes (default 1)", kMostBytes);
-  OnCommand(read, chosen, readArguments, Read);
+  const auto [read, asked] =
+      AddCommand(group, chosen, "read", "Read bytes from a register on", Read);
+  AddDevice(read, asked.device);
+  AddRegister(read, asked);
+  AddNumber(read, "--count,-n", asked.count, "how many bytes (default 1)", kMostBytes);
 
-  CLI::App* const write = group->add_subcommand("write", "Write bytes from a register on");
-  auto writeArguments = std::make_shared<TransferArguments>();
-  AddDevice(write, *writeArguments);
-  AddRegister(write, *writeArguments);
-  AddBytes(write, "BYTES", writeArguments->bytes, "bytes to write")->required();
-  OnCommand(write, chosen, writeArguments, Write);
+  const auto [write, written] =
+      AddCommand(group, chosen, "write", "Write bytes from a register on", Write);
+  AddDevice(write, written.device);
+  AddRegister(write, written);
+  AddBytes(write, "BYTES", written.bytes, "bytes to write")->required();
 
-  CLI::App* const scan = group->add_subcommand("scan", "List the addresses that acknowledge");
-  auto scanArguments = std::make_shared<ScanArguments>();
-  AddNumber(scan, "--first", scanArguments->first, "first 7-bit address (default 0x08)", 0x7F);
-  AddNumber(scan, "--last", scanArguments->last, "last 7-bit address (default 0x7B)", 0x7F);
-  OnCommand(scan, chosen, scanArguments, Scan);
+  const auto [scan, range] =
+      AddCommand(group, chosen, "scan", "List the addresses that acknowledge", Scan);
+  AddNumber(scan, "--first", range.first, "first 7-bit address (default 0x08)", 0x7F);
+  AddNumber(scan, "--last", range.last, "last 7-bit address (default 0x7B)", 0x7F);
 
-  CLI::App* const dump = group->add_subcommand("dump", "Show all 256 registers of a device");
-  auto dumpArguments = std::make_shared<TransferArguments>();
-  AddDevice(dump, *dumpArguments);
-  OnCommand(dump, chosen, dumpArguments, Dump);
+  const auto [dump, dumped] =
+      AddCommand(group, chosen, "dump", "Show all 256 registers of a device", Dump);
+  AddDevice(dump, dumped.device);
 }
 
 }  // namespace brisk::tool

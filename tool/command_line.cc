@@ -13,8 +13,8 @@ constexpr const char* kVersion = "brisk 6.0.0";
 void SetDevice(Options& options, const std::string& name) {
   options.device = FindDevice(name);
   if (options.device == nullptr) {
-    throw CLI::ValidationError("--device",
-                               "there is no \"" + name + "\"; " + DidYouMean(name, DeviceNames()));
+    throw CLI::ValidationError(
+        "--device", "there is no \"" + name + "\"; " + DidYouMean(name, DevicesThatCan(0)));
   }
 }
 
@@ -24,7 +24,7 @@ void AddOptions(CLI::App& app, Options& options) {
       "Use the simulated bench; --sim=PARAMS sets it up, as in flash=w25q32,image=flash.bin");
   app.add_option_function<std::string>(
          "--device,-d", [&options](const std::string& name) { SetDevice(options, name); },
-         "Interface hardware, by name or number (default lpt): " + Join(DeviceNames(), ", "))
+         "Interface hardware, by name or number (default lpt): " + Join(DevicesThatCan(0), ", "))
       ->type_name("TYPE");
   AddNumber(&app, "--rate", options.rate, "Bus clock in kHz");
   AddNumber(&app, "--com", options.comPort, "Serial port number for uart and text-bridge", 255);
@@ -110,22 +110,19 @@ Failure Explain(const CLI::App& app, const CLI::ParseError& error) {
                       "see " + FullName(reached) + " --help");
 }
 
-std::optional<Failure> CheckTogether(const Options& options) {
-  const bool serial = options.device->serial;
+void CheckTogether(const Options& options) {
   if (!options.trace.empty() && !options.simulated) {
-    return UsageFailure("trace to " + options.trace,
-                        "only the simulated bench sees every line; real lines cannot be recorded",
-                        "add --sim, or put a logic analyser on the board");
+    throw UsageFailure("trace to " + options.trace,
+                       "only the simulated bench sees every line; real lines cannot be recorded",
+                       "add --sim, or put a logic analyser on the board");
   }
-  if ((options.comPort || options.baud) && !serial) {
-    return UsageFailure("use --com or --baud",
-                        std::string("the ") + options.device->text + " is on no serial port",
-                        "add --device uart or --device text-bridge");
+  if ((options.comPort || options.baud) && !options.device->serial) {
+    throw UsageFailure("use --com or --baud", options.device->The() + " is on no serial port",
+                       "add --device uart or --device text-bridge");
   }
   if (options.comPort == 0U || options.baud == 0U || options.rate == 0U) {
-    return UsageFailure("use --com, --baud or --rate", "0 is none", "give a number from 1 on");
+    throw UsageFailure("use --com, --baud or --rate", "0 is none", "give a number from 1 on");
   }
-  return std::nullopt;
 }
 
 }  // namespace
@@ -153,11 +150,13 @@ CommandLine ParseCommandLine(int argc, const char* const* argv) {
   AddFtdiCommands(app, line.command);
   try {
     app.parse(arguments);
-    line.failure = CheckTogether(line.options);
+    CheckTogether(line.options);
   } catch (const CLI::CallForHelp&) {
     line.text = Deepest(app).help();
   } catch (const CLI::CallForVersion&) {
     line.text = std::string(kVersion) + "\n";
+  } catch (const Failure& failure) {
+    line.failure = failure;
   } catch (const CLI::ParseError& error) {
     line.failure = Explain(app, error);
   }

@@ -1,6 +1,5 @@
 #include <array>
 #include <cstdio>
-#include <memory>
 
 #include "command.h"
 #include "text.h"
@@ -26,59 +25,54 @@ std::string Decimal(double value) {
   return text.data();
 }
 
-Outcome Clock(Session& session, const Arguments& arguments) {
-  if (std::optional<Failure> failure = session.Ready(kPll)) return *failure;
+Reply Clock(Session& session, const Arguments& arguments) {
+  session.Ready(kPll);
   uint16_t divider = 0;
   uint16_t exponent = 0;
   uint16_t multiplier = 0;
   if (session.api().Pll_Clock(arguments.target, arguments.reference, &divider, &exponent,
                               &multiplier) != 0) {
-    return NoSetting(arguments);
+    throw NoSetting(arguments);
   }
   // The codes are the reference divider less 2 and the multiplier less 3.
   const double n = divider + 2.0;
   const double m = multiplier + 3.0;
   const double result = m * arguments.reference / n / static_cast<double>(1ULL << exponent);
-  Reply reply;
-  reply.text = "reference divider code " + Hex(divider) + ", post-divider exponent " +
-               std::to_string(exponent) + ", multiplier code " + Hex(multiplier) + "\n" + "gives " +
-               Decimal(result) + " for " + std::to_string(arguments.target) + "\n";
-  reply.data["dividerCode"] = divider;
-  reply.data["exponent"] = exponent;
-  reply.data["multiplierCode"] = multiplier;
-  reply.data["frequency"] = result;
-  return reply;
+  return {"reference divider code " + Hex(divider) + ", post-divider exponent " +
+              std::to_string(exponent) + ", multiplier code " + Hex(multiplier) + "\n" + "gives " +
+              Decimal(result) + " for " + std::to_string(arguments.target) + "\n",
+          {{"dividerCode", divider},
+           {"exponent", exponent},
+           {"multiplierCode", multiplier},
+           {"frequency", result}}};
 }
 
-Outcome Nandu(Session& session, const Arguments& arguments) {
-  if (std::optional<Failure> failure = session.Ready(kPll)) return *failure;
+Reply Nandu(Session& session, const Arguments& arguments) {
+  session.Ready(kPll);
   std::array<uint16_t, 3> bytes{};
   if (session.api().Pll_Nandu(arguments.target, arguments.reference, &bytes[0], &bytes[1],
                               &bytes[2]) != 0) {
-    return NoSetting(arguments);
+    throw NoSetting(arguments);
   }
   const uint32_t word = uint32_t{bytes[0]} << 16U | uint32_t{bytes[1]} << 8U | bytes[2];
-  Reply reply;
-  reply.text = "setting word " + Hex(word, 6) + ", bytes " + Hex(bytes[0]) + " " + Hex(bytes[1]) +
-               " " + Hex(bytes[2]) + "\n";
-  reply.data["word"] = word;
-  reply.data["bytes"] = bytes;
-  return reply;
+  return {"setting word " + Hex(word, 6) + ", bytes " + Hex(bytes[0]) + " " + Hex(bytes[1]) + " " +
+              Hex(bytes[2]) + "\n",
+          {{"word", word}, {"bytes", bytes}}};
 }
 
-void Add(CLI::App* app, Command& chosen, Outcome (*run)(Session&, const Arguments&)) {
-  auto arguments = std::make_shared<Arguments>();
-  AddNumber(app, "TARGET", arguments->target, "wanted frequency")->required();
-  AddNumber(app, "REFERENCE", arguments->reference, "reference frequency")->required();
-  OnCommand(app, chosen, arguments, run);
+void AddFrequencies(std::pair<CLI::App*, Arguments&> command) {
+  AddNumber(command.first, "TARGET", command.second.target, "wanted frequency")->required();
+  AddNumber(command.first, "REFERENCE", command.second.reference, "reference frequency")
+      ->required();
 }
 
 }  // namespace
 
 void AddPllCommands(CLI::App& app, Command& chosen) {
-  CLI::App* const group = AddGroup(app, "pll", "Compute divider settings of clock generators");
-  Add(group->add_subcommand("clock", "Divider, multiplier and post divider (kHz)"), chosen, Clock);
-  Add(group->add_subcommand("nandu", "The 24-bit setting word"), chosen, Nandu);
+  CLI::App& group = AddGroup(app, "pll", "Compute divider settings of clock generators");
+  AddFrequencies(
+      AddCommand(group, chosen, "clock", "Divider, multiplier and post divider (kHz)", Clock));
+  AddFrequencies(AddCommand(group, chosen, "nandu", "The 24-bit setting word", Nandu));
 }
 
 }  // namespace brisk::tool

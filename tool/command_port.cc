@@ -1,5 +1,3 @@
-#include <memory>
-
 #include "command.h"
 #include "text.h"
 
@@ -11,59 +9,41 @@ struct Arguments {
 };
 
 Failure BoardDidNotAnswer(const Session& session, const std::string& tried) {
-  return OperationFailure(tried, std::string("the ") + session.device().text + " did not answer",
+  return OperationFailure(tried, session.device().The() + " did not answer",
                           "check its cable and that its library or driver is installed");
 }
 
-Outcome GetLines(Session& session) {
-  if (std::optional<Failure> failure = session.Ready(kLines)) return *failure;
+Reply Get(Session& session, const Arguments& arguments) {
+  const bool lines = arguments.numbers.empty();
+  session.Ready(lines ? kLines : kRegisterRead);
+  const uint8_t port = lines ? 0 : arguments.numbers[0];
   uint8_t value = 0;
-  if (session.api().Lpt_Input(&value) != 0) {
-    return BoardDidNotAnswer(session, "read the port's status lines");
+  const bool done =
+      lines ? session.api().Lpt_Input(&value) == 0 : session.api().GetPortVal(port, &value) != 0;
+  if (!done) {
+    throw BoardDidNotAnswer(
+        session, lines ? "read the port's status lines" : "read port register " + Hex(port));
   }
-  Reply reply;
-  reply.text = Hex(value) + "\n";
+  Reply reply{.text = Hex(value) + "\n"};
+  if (!lines) reply.data["register"] = port;
   reply.data["value"] = value;
   return reply;
 }
 
-Outcome SetLines(Session& session, uint8_t value) {
-  if (std::optional<Failure> failure = session.Ready(kLines)) return *failure;
-  if (session.api().Lpt_Output(value) != 0) {
-    return BoardDidNotAnswer(session, "write " + Hex(value) + " to the port's data lines");
+Reply Set(Session& session, const Arguments& arguments) {
+  const bool lines = arguments.numbers.size() == 1;
+  session.Ready(lines ? kLines : kRegisterWrite);
+  const uint8_t port = arguments.numbers.front();
+  const uint8_t value = arguments.numbers.back();
+  const bool done =
+      lines ? session.api().Lpt_Output(value) == 0 : session.api().SetPortVal(port, value) != 0;
+  if (!done) {
+    throw BoardDidNotAnswer(
+        session, "write " + Hex(value) +
+                     (lines ? " to the port's data lines" : " to port register " + Hex(port)));
   }
-  Reply reply;
-  reply.text = "wrote " + Hex(value) + "\n";
-  reply.data["value"] = value;
-  return reply;
-}
-
-Outcome Get(Session& session, const Arguments& arguments) {
-  if (arguments.numbers.empty()) return GetLines(session);
-  if (std::optional<Failure> failure = session.Ready(kRegisterRead)) return *failure;
-  const uint8_t port = arguments.numbers[0];
-  uint8_t value = 0;
-  if (session.api().GetPortVal(port, &value) == 0) {
-    return BoardDidNotAnswer(session, "read port register " + Hex(port));
-  }
-  Reply reply;
-  reply.text = Hex(value) + "\n";
-  reply.data["register"] = port;
-  reply.data["value"] = value;
-  return reply;
-}
-
-Outcome Set(Session& session, const Arguments& arguments) {
-  if (arguments.numbers.size() == 1) return SetLines(session, arguments.numbers[0]);
-  if (std::optional<Failure> failure = session.Ready(kRegisterWrite)) return *failure;
-  const uint8_t port = arguments.numbers[0];
-  const uint8_t value = arguments.numbers[1];
-  if (session.api().SetPortVal(port, value) == 0) {
-    return BoardDidNotAnswer(session, "write " + Hex(value) + " to port register " + Hex(port));
-  }
-  Reply reply;
-  reply.text = "wrote " + Hex(value) + " to register " + Hex(port) + "\n";
-  reply.data["register"] = port;
+  Reply reply{.text = "wrote " + Hex(value) + (lines ? "" : " to register " + Hex(port)) + "\n"};
+  if (!lines) reply.data["register"] = port;
   reply.data["value"] = value;
   return reply;
 }
@@ -71,24 +51,18 @@ Outcome Set(Session& session, const Arguments& arguments) {
 }  // namespace
 
 void AddPortCommands(CLI::App& app, Command& chosen) {
-  CLI::App* const group = AddGroup(app, "port", "Read and write the port's lines or registers");
+  CLI::App& group = AddGroup(app, "port", "Read and write the port's lines or registers");
 
-  CLI::App* const get =
-      group->add_subcommand("get", "Read the status lines, or a numbered register");
-  auto getArguments = std::make_shared<Arguments>();
-  AddBytes(get, "REGISTER", getArguments->numbers, "register; without it the status lines")
-      ->expected(0, 1);
-  OnCommand(get, chosen, getArguments, Get);
+  const auto [get, read] =
+      AddCommand(group, chosen, "get", "Read the status lines, or a numbered register", Get);
+  AddBytes(get, "REGISTER", read.numbers, "register; without it the status lines")->expected(0, 1);
 
-  CLI::App* const set = group->add_subcommand(
-      "set",
-      "Write the data lines (VALUE), or a numbered register (REGISTER VALUE; on ftdi "
-      "directions and levels of GPIOH0 to GPIOH3)");
-  auto setArguments = std::make_shared<Arguments>();
-  AddBytes(set, "NUMBERS", setArguments->numbers, "VALUE, or REGISTER VALUE")
-      ->required()
-      ->expected(1, 2);
-  OnCommand(set, chosen, setArguments, Set);
+  const auto [set, written] =
+      AddCommand(group, chosen, "set",
+                 "Write the data lines (VALUE), or a numbered register (REGISTER VALUE; on ftdi "
+                 "directions and levels of GPIOH0 to GPIOH3)",
+                 Set);
+  AddBytes(set, "NUMBERS", written.numbers, "VALUE, or REGISTER VALUE")->required()->expected(1, 2);
 }
 
 }  // namespace brisk::tool

@@ -1,6 +1,5 @@
 #include <array>
 #include <cctype>
-#include <memory>
 
 #include "command.h"
 #include "text.h"
@@ -25,18 +24,8 @@ bool IsRead(const std::string& text) {
   return text.size() == kReadLength && std::string("-=+").find(text.back()) != std::string::npos;
 }
 
-size_t ItemBytes(char introducer) {
-  switch (introducer) {
-    case '-':
-      return 1;
-    case '=':
-      return 2;
-    case '+':
-      return 3;
-    default:
-      return 0;
-  }
-}
+// How many bytes follow an introducer; 0 when it is none.
+size_t ItemBytes(char introducer) { return std::string("-=+").find(introducer) + 1; }
 
 // The library sends a malformed field as 0; here it is refused before anything is sent. Empty when
 // the command is well formed.
@@ -60,50 +49,44 @@ std::string Fault(const std::string& text) {
   return at + 1 < text.size() ? "nothing may follow the full stop" : "";
 }
 
-Failure NoAnswer(const Session& session, const std::string& tried, const std::string& got) {
-  return OperationFailure(tried, got,
-                          std::string("check power and wiring of the board, and what answers at "
-                                      "all: brisk --device ") +
-                              session.device().name + " i2c scan");
+Failure NoAnswer(const Session& session, const std::string& tried) {
+  return OperationFailure(tried, "no acknowledge from the device",
+                          "check power and wiring of the board, and what answers at all: " +
+                              session.device().ScanCommand());
 }
 
-Outcome Run(Session& session, const Arguments& arguments) {
+Reply Run(Session& session, const Arguments& arguments) {
   const std::string& command = arguments.command;
   const std::string fault = Fault(command);
   if (!fault.empty()) {
-    return UsageFailure("understand the command \"" + command + "\"", fault,
-                        "write like F4-10=1234 (device-register, then -aa, =aabb or +aabbcc), read "
-                        "like F4-70-F5= (-, = or + for one to three bytes)");
+    throw UsageFailure("understand the command \"" + command + "\"", fault,
+                       "write like F4-10=1234 (device-register, then -aa, =aabb or +aabbcc), read "
+                       "like F4-70-F5= (-, = or + for one to three bytes)");
   }
-  if (std::optional<Failure> failure = session.Ready(kString)) return *failure;
-  Reply reply;
-  reply.data["string"] = command;
+  session.Ready(kString);
   if (!IsRead(command)) {
     if (session.api().I2c_String(command.c_str()) != 0) {
-      return NoAnswer(session, "send " + command, "no acknowledge from the device");
+      throw NoAnswer(session, "send " + command);
     }
-    reply.text = "done\n";
-    return reply;
+    return {"done\n", {{"string", command}}};
   }
   std::array<char, 16> result{};
   if (session.api().I2c_ReadString(result.data(), command.c_str()) != 0) {
-    return NoAnswer(session, "read " + command, "no acknowledge from the device");
+    throw NoAnswer(session, "read " + command);
   }
   const std::string digits = result.data();
-  reply.text = digits + "\n";
-  reply.data["digits"] = digits;
-  reply.data["value"] = ParseNumber("0x" + digits).value_or(0);
-  return reply;
+  return {
+      digits + "\n",
+      {{"string", command}, {"digits", digits}, {"value", ParseNumber("0x" + digits).value_or(0)}}};
 }
 
 }  // namespace
 
 void AddStringCommand(CLI::App& app, Command& chosen) {
-  CLI::App* const string = app.add_subcommand("string", "Run one I2C string command");
-  auto arguments = std::make_shared<Arguments>();
-  string->add_option("COMMAND", arguments->command, "F4-10=1234 writes, F4-70-F5= reads")
+  const auto [string, arguments] =
+      AddCommand(app, chosen, "string", "Run one I2C string command", Run);
+  string->add_option("COMMAND", arguments.command, "F4-10=1234 writes, F4-70-F5= reads")
       ->required();
-  OnCommand(string, chosen, arguments, Run);
 }
 
 }  // namespace brisk::tool

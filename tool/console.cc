@@ -16,6 +16,11 @@ Stream Copy(std::FILE* stream) {
 
 }  // namespace
 
+void Put(std::FILE* stream, const std::string& text) {
+  std::fputs(text.c_str(), stream);
+  std::fflush(stream);
+}
+
 Console::Console(bool showLibrary) : out_(Copy(stdout)), err_(Copy(stderr)) {
   if (!showLibrary) library_.reset(os::OpenScratch());
   std::FILE* const target = library_ != nullptr ? library_.get() : err_.get();
@@ -32,8 +37,7 @@ Console::~Console() {
 
 void Console::Warn(const std::string& text) {
   warnings_.push_back(text);
-  std::fprintf(err(), "brisk: warning: %s\n", text.c_str());
-  std::fflush(err());
+  Put(err(), "brisk: warning: " + text + "\n");
 }
 
 std::vector<std::string> Console::LibraryLines(size_t count) {

@@ -12,6 +12,9 @@ struct CloseStream {
 };
 using Stream = std::unique_ptr<std::FILE, CloseStream>;
 
+// Writes at once, so that the lines of several streams keep their order.
+void Put(std::FILE* stream, const std::string& text);
+
 // The tool's own output, kept apart from what the library writes: messages on standard output and,
 // on Linux, the debug log on standard error. Unless they are to be seen, both go to a scratch file,
 // and a failure quotes its end.

@@ -12,14 +12,10 @@ namespace {
 constexpr unsigned kPort = kI2c | kString | kFlash | kPicture | kPll | kLines;
 
 constexpr std::array kDevices = {
-    DeviceType{.number = BRISK_DEVICE_LPT,
-               .name = "lpt",
-               .adapter = "lpt",
-               .text = "PC parallel port",
-               .abilities = kPort},
+    DeviceType{
+        .number = BRISK_DEVICE_LPT, .name = "lpt", .text = "PC parallel port", .abilities = kPort},
     DeviceType{.number = BRISK_DEVICE_U2C,
                .name = "u2c",
-               .adapter = "u2c",
                .text = "USB-to-I2C/SPI adapter",
                .abilities = kPort,
                .mostBytes = 256,
@@ -27,7 +23,6 @@ constexpr std::array kDevices = {
                .byteErases = ByteErases::kChip},
     DeviceType{.number = BRISK_DEVICE_DEBUG_BOARD,
                .name = "debug-board",
-               .adapter = "debug-board",
                .text = "USB debug board",
                .abilities = kI2c | kFlash | kLines | kRegisterRead | kRegisterWrite,
                .probe = Probe::kNone,
@@ -38,7 +33,6 @@ constexpr std::array kDevices = {
                .byteErases = ByteErases::kNothing},
     DeviceType{.number = BRISK_DEVICE_UART,
                .name = "uart",
-               .adapter = "uart",
                .text = "UART-to-I2C bridge",
                .abilities = kI2c,
                .serial = true,
@@ -46,18 +40,15 @@ constexpr std::array kDevices = {
                .readsBlocks = false},
     DeviceType{.number = BRISK_DEVICE_TCON_USB,
                .name = "tcon-usb",
-               .adapter = "tcon-usb",
                .text = "USB timing-controller board",
                .abilities = kI2c | kRegisterRead | kRegisterWrite,
                .probe = Probe::kRegister},
     DeviceType{.number = BRISK_DEVICE_LPT_B,
                .name = "lpt-b",
-               .adapter = "lpt-b",
                .text = "PC parallel port, second wiring",
                .abilities = kPort},
     DeviceType{.number = BRISK_DEVICE_TEXT_BRIDGE,
                .name = "text-bridge",
-               .adapter = "text-bridge",
                .text = "serial text bridge",
                .abilities = kI2c,
                .serial = true,
@@ -71,7 +62,6 @@ constexpr std::array kDevices = {
                .acknowledges = false},
     DeviceType{.number = BRISK_DEVICE_LPT_C,
                .name = "lpt-c",
-               .adapter = "lpt-c",
                .text = "PC parallel port, third wiring",
                .abilities = kPort},
 };
@@ -104,26 +94,20 @@ const DeviceType* FindDevice(std::string_view nameOrNumber) {
   return nullptr;
 }
 
-std::vector<std::string> DeviceNames() {
-  std::vector<std::string> names;
-  names.reserve(kDevices.size());
-  for (const DeviceType& device : kDevices) names.emplace_back(device.name);
-  return names;
-}
-
-std::vector<std::string> DevicesThatCan(Ability ability) {
+std::vector<std::string> DevicesThatCan(unsigned abilities) {
   std::vector<std::string> names;
   for (const DeviceType& device : kDevices) {
-    if (device.Can(ability)) names.emplace_back(device.name);
+    if (device.Can(abilities)) names.emplace_back(device.name);
   }
   return names;
 }
 
-const char* AbilityName(Ability ability) {
+std::vector<std::string> AbilityNames(unsigned abilities) {
+  std::vector<std::string> names;
   for (const AbilityText& row : kAbilityNames) {
-    if (row.ability == ability) return row.name;
+    if ((abilities & row.ability) != 0) names.emplace_back(row.name);
   }
-  return "";
+  return names;
 }
 
 }  // namespace brisk::tool

@@ -35,7 +35,7 @@ enum class ByteErases { kNothing, kSector, kChip };
 struct DeviceType {
   uint8_t number;
   const char* name;
-  const char* adapter;  // the simulated bench's name for it
+  const char* adapter = nullptr;  // the simulated bench's name for it, if another
   const char* text;
   unsigned abilities;
   Probe probe = Probe::kAddress;
@@ -51,7 +51,11 @@ struct DeviceType {
   uint32_t longestTransfer = 0;
   ByteErases byteErases = ByteErases::kSector;
 
-  bool Can(Ability ability) const { return (abilities & ability) != 0; }
+  bool Can(unsigned wanted) const { return (abilities & wanted) == wanted; }
+  std::string The() const { return std::string("the ") + text; }
+  const char* Adapter() const { return adapter != nullptr ? adapter : name; }
+  // Lists what answers on its I2C bus.
+  std::string ScanCommand() const { return std::string("brisk --device ") + name + " i2c scan"; }
 };
 
 std::span<const DeviceType> DeviceTypes();
@@ -59,9 +63,9 @@ std::span<const DeviceType> DeviceTypes();
 // By name or number; null when there is none.
 const DeviceType* FindDevice(std::string_view nameOrNumber);
 
-std::vector<std::string> DeviceNames();
-std::vector<std::string> DevicesThatCan(Ability ability);
+// The names of those that have all these abilities.
+std::vector<std::string> DevicesThatCan(unsigned abilities);
 
-const char* AbilityName(Ability ability);
+std::vector<std::string> AbilityNames(unsigned abilities);
 
 }  // namespace brisk::tool

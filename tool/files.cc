@@ -52,6 +52,13 @@ std::optional<std::vector<uint8_t>> ReadFile(const std::string& path, std::strin
   return bytes;
 }
 
+std::vector<uint8_t> ReadInput(const std::string& path, const std::string& tried) {
+  std::string error;
+  std::optional<std::vector<uint8_t>> bytes = ReadFile(path, error);
+  if (!bytes) throw OperationFailure(tried, error, "check its name and that you may read it");
+  return std::move(*bytes);
+}
+
 bool WriteFile(const std::string& path, const uint8_t* data, size_t size) {
   std::ofstream file(path, std::ios::binary | std::ios::trunc);
   file.write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "outcome.h"
+
 namespace brisk::tool {
 
 // A folder for this run's files alone, removed with everything in it at the end.
@@ -25,6 +27,9 @@ class ScratchFolder {
 
 // Empty when the file cannot be read whole.
 std::optional<std::vector<uint8_t>> ReadFile(const std::string& path, std::string& error);
+
+// The bytes of a file that the user names.
+std::vector<uint8_t> ReadInput(const std::string& path, const std::string& tried);
 
 bool WriteFile(const std::string& path, const uint8_t* data, size_t size);
 

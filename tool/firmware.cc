@@ -1,11 +1,10 @@
 #include "firmware.h"
 
+#include "outcome.h"
+
 namespace brisk::tool {
-namespace {
 
 constexpr const char* kName = "firmware.hex";
-
-}  // namespace
 
 FirmwareFolder::~FirmwareFolder() {
   if (folder_ == nullptr) return;
@@ -14,7 +13,7 @@ FirmwareFolder::~FirmwareFolder() {
   std::filesystem::current_path(before_, ignored);
 }
 
-std::optional<Failure> FirmwareFolder::Enter(const std::string& file, Console& console) {
+void FirmwareFolder::Enter(const std::string& file, Console& console) {
   if (file.empty()) {
     std::error_code ignored;
     if (!std::filesystem::exists(kName, ignored)) {
@@ -22,18 +21,17 @@ std::optional<Failure> FirmwareFolder::Enter(const std::string& file, Console& c
           std::string("no ") + kName +
           " in the working directory: the board gets no firmware; name it with --firmware");
     }
-    return std::nullopt;
+    return;
   }
   folder_ = std::make_unique<ScratchFolder>();
   before_ = std::filesystem::current_path();
   std::error_code error;
   std::filesystem::copy_file(file, folder_->path() / kName, error);
   if (error) {
-    return OperationFailure("read the firmware file " + file, error.message(),
-                            "check the name after --firmware");
+    throw OperationFailure("read the firmware file " + file, error.message(),
+                           "check the name after --firmware");
   }
   std::filesystem::current_path(folder_->path());
-  return std::nullopt;
 }
 
 }  // namespace brisk::tool

@@ -2,12 +2,10 @@
 
 #include <filesystem>
 #include <memory>
-#include <optional>
 #include <string>
 
 #include "console.h"
 #include "files.h"
-#include "outcome.h"
 
 namespace brisk::tool {
 
@@ -22,7 +20,7 @@ class FirmwareFolder {
   FirmwareFolder& operator=(const FirmwareFolder&) = delete;
 
   // An empty name leaves the working directory, and warns when it has no firmware.
-  std::optional<Failure> Enter(const std::string& file, Console& console);
+  void Enter(const std::string& file, Console& console);
 
  private:
   std::unique_ptr<ScratchFolder> folder_;

@@ -62,13 +62,14 @@ Json FlashChip::Data() const {
   return data;
 }
 
-std::variant<FlashChip, Failure> IdentifyFlash(Session& session) {
+FlashChip OpenFlash(Session& session) {
+  session.Ready(kFlash);
   session.api().SPIInit();
   FlashChip chip;
   chip.id = session.api().SPIReadID() & 0xFFFFFFU;
   if (chip.id == 0 || chip.id == 0xFFFFFF) {
     const std::string digits = Hex(chip.id, 6).substr(2);
-    return OperationFailure(
+    throw OperationFailure(
         std::string("identify the flash through ") + session.device().name,
         "identification " + digits + ": the data line never moved, so nothing answered",
         "this is wiring or power, not an unknown chip: check the board's power, ground, chip "
@@ -87,17 +88,15 @@ std::variant<FlashChip, Failure> IdentifyFlash(Session& session) {
   return chip;
 }
 
-std::optional<Failure> CheckRange(const FlashChip& chip, const std::string& tried, uint64_t address,
-                                  uint64_t size) {
-  if (size == 0) return UsageFailure(tried, "there are 0 bytes to handle", "give a size above 0");
-  if (address + size <= chip.Reachable()) return std::nullopt;
-  Failure failure = OperationFailure(
+void CheckRange(const FlashChip& chip, const std::string& tried, uint64_t address, uint64_t size) {
+  if (size == 0) throw UsageFailure(tried, "there are 0 bytes to handle", "give a size above 0");
+  if (address + size <= chip.Reachable()) return;
+  throw OperationFailure(
       tried,
       std::to_string(size) + " bytes from " + Hex(static_cast<uint32_t>(address), 6) +
           " on do not fit into the flash of " + std::to_string(chip.Reachable()) + " bytes",
-      "nothing was changed; check the file, the address and the chip: " + chip.Text());
-  failure.data["flash"] = chip.Data();
-  return failure;
+      "nothing was changed; check the file, the address and the chip: " + chip.Text(),
+      {{"flash", chip.Data()}});
 }
 
 std::vector<ProgramPart> SplitProgram(uint32_t address, uint32_t length, bool alignsPages,

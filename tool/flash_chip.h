@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <string>
-#include <variant>
 #include <vector>
 
 #include "outcome.h"
@@ -27,11 +26,11 @@ struct FlashChip {
   Json Data() const;
 };
 
-std::variant<FlashChip, Failure> IdentifyFlash(Session& session);
+// Connects the device and identifies its flash.
+FlashChip OpenFlash(Session& session);
 
-// A range that has at least one byte and lies inside the flash.
-std::optional<Failure> CheckRange(const FlashChip& chip, const std::string& tried, uint64_t address,
-                                  uint64_t size);
+// Refuses a range that has no byte or does not lie inside the flash.
+void CheckRange(const FlashChip& chip, const std::string& tried, uint64_t address, uint64_t size);
 
 // One call of the library's file programming.
 struct ProgramPart {

@@ -36,23 +36,19 @@ Failure Mismatch(const std::vector<uint8_t>& expected, const std::vector<uint8_t
   uint64_t different = 0;
   for (size_t i = first; i < expected.size(); ++i) different += expected[i] != found[i] ? 1U : 0U;
   const bool allOnes = std::all_of(found.begin(), found.end(), [](uint8_t b) { return b == 0xFF; });
-  Failure failure = OperationFailure(
+  return OperationFailure(
       "verify " + std::to_string(expected.size()) + " bytes from " + Hex(address, 6) + " on",
       "first difference at address " + Hex(address + first, 6) + ": expected " + Hex(*want) +
           ", found " + Hex(*got) + " (" + std::to_string(different) + " bytes differ)",
-      MismatchAdvice(*want, *got, allOnes));
-  failure.data["mismatch"] = {
-      {"address", address + first}, {"expected", *want}, {"found", *got}, {"different", different}};
-  return failure;
+      MismatchAdvice(*want, *got, allOnes),
+      {{"mismatch",
+        {{"address", address + first},
+         {"expected", *want},
+         {"found", *got},
+         {"different", different}}}});
 }
 
 }  // namespace
-
-Failure FlashJob::Stopped(const std::string& tried, const std::string& state) const {
-  Failure failure = OperationFailure(tried, "stopped by the user; " + state, "start it again");
-  failure.data["stopped"] = true;
-  return failure;
-}
 
 bool FlashJob::WaitReady() {
   // The debug board itself waits until the flash is ready, without a limit.
@@ -67,15 +63,16 @@ bool FlashJob::WaitReady() {
   return false;
 }
 
-std::optional<Failure> FlashJob::EraseChip() {
+void FlashJob::EraseChip() {
   session_.progress().Begin("erasing the whole chip", Progress::Unit::kBytes, 0);
   session_.api().SPIBulkErase();
-  if (WaitReady()) return std::nullopt;
-  if (Progress::Interrupted()) return Stopped("erase the chip", "the flash goes on erasing");
-  return StillBusy("erase the chip");
+  if (WaitReady()) return;
+  if (Progress::Interrupted())
+    throw StoppedFailure("erase the chip", "; the flash goes on erasing");
+  throw StillBusy("erase the chip");
 }
 
-std::optional<Failure> FlashJob::EraseSectors(uint32_t address, uint32_t size) {
+void FlashJob::EraseSectors(uint32_t address, uint32_t size) {
   const uint32_t count = size / kSectorSize;
   const std::string tried = "erase " + std::to_string(count) + " sectors from " + Hex(address, 6);
   Progress& progress = session_.progress();
@@ -86,16 +83,16 @@ std::optional<Failure> FlashJob::EraseSectors(uint32_t address, uint32_t size) {
     if (ready && progress.Update(i + 1)) continue;
     progress.End();
     if (Progress::Interrupted()) {
-      return Stopped(tried, std::to_string(i + (ready ? 1 : 0)) + " sectors are erased");
+      throw StoppedFailure(tried,
+                           "; " + std::to_string(i + (ready ? 1 : 0)) + " sectors are erased");
     }
-    return StillBusy(tried);
+    throw StillBusy(tried);
   }
   progress.End();
-  return std::nullopt;
 }
 
-std::optional<Failure> FlashJob::Program(const std::string& file, const std::vector<uint8_t>& image,
-                                         uint32_t address) {
+void FlashJob::Program(const std::string& file, const std::vector<uint8_t>& image,
+                       uint32_t address) {
   const auto size = static_cast<uint32_t>(image.size());
   const std::string tried = "program " + file + " at " + Hex(address, 6);
   const DeviceType& device = session_.device();
@@ -106,27 +103,26 @@ std::optional<Failure> FlashJob::Program(const std::string& file, const std::vec
     const std::string piece = scratch_.File("part.bin");
     if (!WriteFile(piece, &image[part.offset], part.length)) {
       progress.End();
-      return OperationFailure(tried, "the part file " + piece + " could not be written",
-                              "check the space in the folder for temporary files");
+      throw OperationFailure(tried, "the part file " + piece + " could not be written",
+                             "check the space in the folder for temporary files");
     }
     progress.SetBase(part.offset);
     const uint32_t sent =
         session_.api().SPIProgramFromFile(part.address, part.length, piece.c_str(), 0);
     const bool whole = sent >= part.length;
-    const bool goOn = whole ? progress.Update(part.offset + part.length) : false;
+    const bool goOn = whole && progress.Update(part.offset + part.length);
     if (goOn || (whole && part.offset + part.length == size)) continue;
     progress.End();
     const std::string state = std::to_string(part.offset + std::min(sent, part.length)) + " of " +
                               std::to_string(size) + " bytes are programmed";
-    if (Progress::Interrupted()) return Stopped(tried, state);
-    return OperationFailure(tried, state, "check the connection, then brisk flash id");
+    if (Progress::Interrupted()) throw StoppedFailure(tried, "; " + state);
+    throw OperationFailure(tried, state, "check the connection, then brisk flash id");
   }
   progress.End();
-  return std::nullopt;
 }
 
-std::optional<Failure> FlashJob::ReadToFile(const std::string& label, const std::string& file,
-                                            uint32_t address, uint32_t size) {
+void FlashJob::ReadToFile(const std::string& label, const std::string& file, uint32_t address,
+                          uint32_t size) {
   const std::string tried =
       "read " + std::to_string(size) + " bytes from " + Hex(address, 6) + " into " + file;
   Progress& progress = session_.progress();
@@ -136,35 +132,31 @@ std::optional<Failure> FlashJob::ReadToFile(const std::string& label, const std:
   progress.End();
   const std::string amount =
       std::to_string(read) + " of " + std::to_string(size) + " bytes were read";
-  if (read < size && Progress::Interrupted()) return Stopped(tried, amount);
+  if (read < size && Progress::Interrupted()) throw StoppedFailure(tried, "; " + amount);
   if (read == 0) {
-    return OperationFailure(tried, "the file could not be created",
-                            "check that its folder is there and can be written");
+    throw OperationFailure(tried, "the file could not be created",
+                           "check that its folder is there and can be written");
   }
-  if (read != size)
-    return OperationFailure(tried, amount, "check the connection, then start again");
-  const std::optional<uint64_t> written = FileSize(file);
-  if (written == size) return std::nullopt;
-  return OperationFailure(tried,
-                          "the file holds " + std::to_string(written.value_or(0)) + " of " +
-                              std::to_string(size) + " bytes",
-                          "check the space on its disk");
+  if (read != size) {
+    throw OperationFailure(tried, amount, "check the connection, then start again");
+  }
+  const uint64_t written = FileSize(file).value_or(0);
+  if (written == size) return;
+  throw OperationFailure(
+      tried, "the file holds " + std::to_string(written) + " of " + std::to_string(size) + " bytes",
+      "check the space on its disk");
 }
 
-std::optional<Failure> FlashJob::Verify(const std::vector<uint8_t>& expected, uint32_t address) {
+void FlashJob::Verify(const std::vector<uint8_t>& expected, uint32_t address) {
   const std::string file = scratch_.File("read.bin");
-  if (std::optional<Failure> failure =
-          ReadToFile("verifying", file, address, static_cast<uint32_t>(expected.size()))) {
-    return failure;
-  }
+  ReadToFile("verifying", file, address, static_cast<uint32_t>(expected.size()));
   std::string error;
   const std::optional<std::vector<uint8_t>> found = ReadFile(file, error);
   if (!found || found->size() != expected.size()) {
-    return OperationFailure("verify", "the file read back cannot be read: " + error,
-                            "check the folder for temporary files");
+    throw OperationFailure("verify", "the file read back cannot be read: " + error,
+                           "check the folder for temporary files");
   }
-  if (*found == expected) return std::nullopt;
-  return Mismatch(expected, *found, address);
+  if (*found != expected) throw Mismatch(expected, *found, address);
 }
 
 }  // namespace brisk::tool

@@ -26,12 +26,6 @@ constexpr uint32_t kInUse = 27;
 constexpr uint32_t kNoControlAcknowledge = 39;
 constexpr uint32_t kNoDataAcknowledge = 42;
 
-std::string Message(const Session& session, uint32_t status) {
-  std::array<char, 128> message{};
-  session.api().I2C_GetErrorCodeString("EN", status, message.data(), message.size());
-  return "status " + std::to_string(status) + ": " + message.data();
-}
-
 const char* Advice(uint32_t status) {
   switch (status) {
     case kDeviceNotFound:
@@ -57,65 +51,70 @@ uint32_t Divisor(uint32_t baseKHz, uint32_t rate) {
   return std::clamp(steps, 1U, kMostDivisor + 1) - 1;
 }
 
-void AppendFullSpeed(Session& session, std::vector<FtdiInterface>& found) {
-  for (uint32_t i = 0; i < kMostInterfaces; ++i) {
-    std::array<char, 128> name{};
-    FtdiInterface one;
-    if (session.api().I2C_GetDeviceNameLocID(i, name.data(), name.size(), &one.location) != 0) {
-      return;
-    }
-    one.name = name.data();
-    found.push_back(one);
+// Both look at an index of the library's list; false after the last.
+bool FullSpeed(const Api& api, uint32_t index, FtdiInterface& found) {
+  std::array<char, 128> name{};
+  if (api.I2C_GetDeviceNameLocID(index, name.data(), name.size(), &found.location) != 0) {
+    return false;
   }
+  found.name = name.data();
+  return true;
 }
 
-void AppendHiSpeed(Session& session, std::vector<FtdiInterface>& found) {
-  for (uint32_t i = 0; i < kMostInterfaces; ++i) {
-    std::array<char, 128> name{};
-    std::array<char, 8> channel{};
-    uint32_t type = 0;
-    FtdiInterface one;
-    if (session.api().I2C_GetHiSpeedDeviceNameLocIDChannel(i, name.data(), name.size(),
-                                                           &one.location, channel.data(),
-                                                           channel.size(), &type) != 0) {
-      return;
-    }
-    one.name = name.data();
-    one.channel = channel.data();
-    one.chip = type == I2C_FT4232H_DEVICE ? "FT4232H" : "FT2232H";
-    one.hiSpeed = true;
-    one.pins = type == I2C_FT4232H_DEVICE ? kLowPinMask : kLowPinMask | kHighPinMask;
-    found.push_back(one);
+bool HiSpeed(const Api& api, uint32_t index, FtdiInterface& found) {
+  std::array<char, 128> name{};
+  std::array<char, 8> channel{};
+  uint32_t type = 0;
+  if (api.I2C_GetHiSpeedDeviceNameLocIDChannel(index, name.data(), name.size(), &found.location,
+                                               channel.data(), channel.size(), &type) != 0) {
+    return false;
   }
+  const bool four = type == I2C_FT4232H_DEVICE;
+  found.name = name.data();
+  found.channel = channel.data();
+  found.chip = four ? "FT4232H" : "FT2232H";
+  found.hiSpeed = true;
+  found.pins = four ? kLowPinMask : kLowPinMask | kHighPinMask;
+  return true;
 }
 
 uint32_t Bit(uint32_t mask, uint32_t bit) { return mask >> bit & 1U; }
 
-}  // namespace
-
-std::variant<std::vector<FtdiInterface>, Failure> ListFtdi(Session& session) {
-  if (std::optional<Failure> failure = session.Load(kSimulatedChip)) return *failure;
-  std::vector<FtdiInterface> found;
-  AppendFullSpeed(session, found);
-  AppendHiSpeed(session, found);
-  return found;
+template <typename Levels>
+uint32_t Mask(const Levels& levels) {
+  uint32_t mask = 0;
+  for (uint32_t i = 0; i < std::size(levels.high); ++i) {
+    mask |= (levels.high[i] != 0 ? 1U : 0U) << i;
+  }
+  return mask;
 }
 
-std::variant<std::unique_ptr<FtdiLink>, Failure> FtdiLink::Open(Session& session,
-                                                                const FtdiSettings& settings) {
-  auto listed = ListFtdi(session);
-  if (auto* const failure = std::get_if<Failure>(&listed)) return *failure;
-  const auto& all = std::get<std::vector<FtdiInterface>>(listed);
+}  // namespace
+
+std::vector<FtdiInterface> ListFtdi(Session& session) {
+  session.Load(kSimulatedChip);
+  std::vector<FtdiInterface> all;
+  for (const auto look : {FullSpeed, HiSpeed}) {
+    FtdiInterface found;
+    for (uint32_t i = 0; i < kMostInterfaces && look(session.api(), i, found); ++i) {
+      all.push_back(found);
+    }
+  }
+  return all;
+}
+
+std::unique_ptr<FtdiLink> FtdiLink::Open(Session& session, const FtdiSettings& settings) {
+  const std::vector<FtdiInterface> all = ListFtdi(session);
   const std::string tried = "open FTDI interface " + std::to_string(settings.index);
   if (all.empty()) {
-    return OperationFailure(tried, "no FTDI interface was found", Advice(kDeviceNotFound));
+    throw OperationFailure(tried, "no FTDI interface was found", Advice(kDeviceNotFound));
   }
   if (settings.index >= all.size()) {
-    return UsageFailure(tried, "there are " + std::to_string(all.size()) + ", counted from 0",
-                        "see brisk ftdi list");
+    throw UsageFailure(tried, "there are " + std::to_string(all.size()) + ", counted from 0",
+                       "see brisk ftdi list");
   }
   std::unique_ptr<FtdiLink> link(new FtdiLink(session, all[settings.index], settings));
-  if (const uint32_t status = link->Start(); status != 0) return link->Explain(tried, status);
+  link->Check(tried, link->Start());
   return link;
 }
 
@@ -137,10 +136,12 @@ FtdiLink::~FtdiLink() {
   if (open_) session_.api().I2C_Close(handle_);
 }
 
-Failure FtdiLink::Explain(const std::string& tried, uint32_t status) const {
-  Failure failure = OperationFailure(tried, Message(session_, status), Advice(status));
-  failure.data["status"] = status;
-  return failure;
+void FtdiLink::Check(const std::string& tried, uint32_t status) const {
+  if (status == 0) return;
+  std::array<char, 128> message{};
+  session_.api().I2C_GetErrorCodeString("EN", status, message.data(), message.size());
+  throw OperationFailure(tried, "status " + std::to_string(status) + ": " + message.data(),
+                         Advice(status), {{"status", status}});
 }
 
 uint32_t FtdiLink::Write(const std::vector<uint8_t>& control, const std::vector<uint8_t>& data) {
@@ -177,21 +178,16 @@ uint32_t FtdiLink::SetPins(uint32_t outputs, uint32_t levels) {
 }
 
 uint32_t FtdiLink::GetPins(uint32_t& levels) {
-  levels = 0;
   if (!interface_.hiSpeed) {
     GpioLevels pins{};
     const uint32_t status = session_.api().I2C_GetGPIOs(handle_, &pins);
-    for (uint32_t i = 0; i < std::size(pins.high); ++i)
-      levels |= (pins.high[i] != 0 ? 1U : 0U) << i;
+    levels = Mask(pins);
     return status;
   }
   HiSpeedLowGpioLevels low{};
   HiSpeedHighGpioLevels high{};
   const uint32_t status = session_.api().I2C_GetHiSpeedDeviceGPIOs(handle_, 1, &low, 1, &high);
-  for (uint32_t i = 0; i < std::size(low.high); ++i) {
-    levels |= (low.high[i] != 0 ? 1U : 0U) << (kLowPins + i);
-  }
-  for (uint32_t i = 0; i < std::size(high.high); ++i) levels |= (high.high[i] != 0 ? 1U : 0U) << i;
+  levels = Mask(low) << kLowPins | Mask(high);
   return status;
 }
 

@@ -4,7 +4,6 @@
 #include <memory>
 #include <string>
 #include <utility>
-#include <variant>
 #include <vector>
 
 #include "outcome.h"
@@ -22,7 +21,7 @@ struct FtdiInterface {
 };
 
 // All interfaces, full-speed ones first; their place is what --interface counts.
-std::variant<std::vector<FtdiInterface>, Failure> ListFtdi(Session& session);
+std::vector<FtdiInterface> ListFtdi(Session& session);
 
 struct FtdiSettings {
   uint32_t index = 0;
@@ -33,8 +32,7 @@ struct FtdiSettings {
 // One interface, open as an I2C master.
 class FtdiLink {
  public:
-  static std::variant<std::unique_ptr<FtdiLink>, Failure> Open(Session& session,
-                                                               const FtdiSettings& settings);
+  static std::unique_ptr<FtdiLink> Open(Session& session, const FtdiSettings& settings);
   ~FtdiLink();
   FtdiLink(const FtdiLink&) = delete;
   FtdiLink& operator=(const FtdiLink&) = delete;
@@ -46,9 +44,9 @@ class FtdiLink {
   uint32_t SetPins(uint32_t outputs, uint32_t levels);
   uint32_t GetPins(uint32_t& levels);
 
-  uint32_t KnownPins() const { return interface_.pins; }
   const FtdiInterface& interface() const { return interface_; }
-  Failure Explain(const std::string& tried, uint32_t status) const;
+  // Throws what a status other than 0 means.
+  void Check(const std::string& tried, uint32_t status) const;
 
  private:
   FtdiLink(Session& session, FtdiInterface interface, const FtdiSettings& settings)

@@ -1,26 +1,26 @@
 #include "i2c_address.h"
 
+#include "command.h"
 #include "text.h"
 
 namespace brisk::tool {
 
-std::optional<Failure> ToAddressByte(uint32_t given, bool sevenBit, uint8_t& address) {
+uint8_t DeviceAddress::Byte() const {
   const std::string tried = "take " + Hex(given) + " as a device address";
-  if (sevenBit) {
-    if (given > 0x7F) {
-      return UsageFailure(tried, "7-bit addresses end at 0x7F",
-                          "leave --7bit out for the 8-bit form");
-    }
-    address = static_cast<uint8_t>(given << 1U);
-    return std::nullopt;
+  if (sevenBit && given > 0x7F) {
+    throw UsageFailure(tried, "7-bit addresses end at 0x7F", "leave --7bit out for the 8-bit form");
   }
-  if ((given & 1U) != 0) {
-    return UsageFailure(
+  if (!sevenBit && given % 2 != 0) {
+    throw UsageFailure(
         tried, "it is odd, and the 8-bit form of an address is even",
         "give " + Hex(given - 1) + ", or add --7bit if " + Hex(given) + " is the 7-bit address");
   }
-  address = static_cast<uint8_t>(given);
-  return std::nullopt;
+  return static_cast<uint8_t>(sevenBit ? given << 1U : given);
+}
+
+void AddDevice(CLI::App* app, DeviceAddress& address) {
+  AddNumber(app, "DEVICE", address.given, "device address, 8-bit form (0xF4)", 0xFF)->required();
+  app->add_flag("--7bit", address.sevenBit, "DEVICE is in the 7-bit form (0x7A)");
 }
 
 }  // namespace brisk::tool

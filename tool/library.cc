@@ -1,7 +1,5 @@
 #include "library.h"
 
-#include <array>
-
 #include "os.h"
 #include "text.h"
 
@@ -23,70 +21,17 @@ struct Row {
   Need need = Need::kAlways;
 };
 
-#define BRISK_TOOL_STORE(name) Store<&Api::name, decltype(Api::name)>
-#define BRISK_TOOL_PLAIN(name) \
-  Row { #name, nullptr, BRISK_TOOL_STORE(name) }
-#define BRISK_TOOL_FTDI(name, bytes) \
-  Row { #name, "_" #name "@" #bytes, BRISK_TOOL_STORE(name) }
-
-// Windows exports the I2cLib_ family under names that encode the parameter types, the I2C_ family
-// under names that carry the size of the arguments in bytes.
-constexpr std::array kFunctions = {
-    BRISK_TOOL_PLAIN(BriskSetDevice),
-    BRISK_TOOL_PLAIN(BriskGetVersion),
-    BRISK_TOOL_PLAIN(BriskEnableDebug),
-    BRISK_TOOL_PLAIN(BriskSetProgressCallback),
-    BRISK_TOOL_PLAIN(I2cSetClockRate),
-    BRISK_TOOL_PLAIN(I2cReadByte),
-    BRISK_TOOL_PLAIN(I2cWriteData),
-    BRISK_TOOL_PLAIN(I2cReadData),
-    Row{"I2cLib_Write", "?I2cLib_Write@@YAEEGPAEI0I@Z", BRISK_TOOL_STORE(I2cLib_Write)},
-    BRISK_TOOL_PLAIN(I2c_String),
-    BRISK_TOOL_PLAIN(I2c_ReadString),
-    BRISK_TOOL_PLAIN(I2c_ReadStringEx),
-    BRISK_TOOL_PLAIN(Lpt_Output),
-    BRISK_TOOL_PLAIN(Lpt_Input),
-    BRISK_TOOL_PLAIN(SetPortVal),
-    BRISK_TOOL_PLAIN(GetPortVal),
-    BRISK_TOOL_PLAIN(Sddi_Erase),
-    BRISK_TOOL_PLAIN(Sddi_Bitblt),
-    BRISK_TOOL_PLAIN(Sddi_Bitblt_Copy),
-    BRISK_TOOL_PLAIN(Sddi_Bitmap),
-    BRISK_TOOL_PLAIN(Sddi_Jpeg),
-    BRISK_TOOL_PLAIN(Pll_Clock),
-    BRISK_TOOL_PLAIN(Pll_Nandu),
-    BRISK_TOOL_PLAIN(SPIInit),
-    BRISK_TOOL_PLAIN(SPIReadID),
-    BRISK_TOOL_PLAIN(SPIBulkErase),
-    BRISK_TOOL_PLAIN(SPISectorErase),
-    BRISK_TOOL_PLAIN(SPIWriteByte),
-    BRISK_TOOL_PLAIN(SPIReadByte),
-    BRISK_TOOL_PLAIN(SPIProgramFromFile),
-    BRISK_TOOL_PLAIN(SPIProgramToFile),
-    BRISK_TOOL_PLAIN(SPISetClockRate),
-    BRISK_TOOL_PLAIN(uart_connect),
-    BRISK_TOOL_PLAIN(uart_mag_connect),
-    BRISK_TOOL_FTDI(I2C_GetDeviceNameLocID, 16),
-    BRISK_TOOL_FTDI(I2C_GetHiSpeedDeviceNameLocIDChannel, 28),
-    BRISK_TOOL_FTDI(I2C_OpenEx, 12),
-    BRISK_TOOL_FTDI(I2C_OpenHiSpeedDevice, 16),
-    BRISK_TOOL_FTDI(I2C_Close, 4),
-    BRISK_TOOL_FTDI(I2C_InitDevice, 8),
-    BRISK_TOOL_FTDI(I2C_SetMode, 8),
-    BRISK_TOOL_FTDI(I2C_SetGPIOs, 8),
-    BRISK_TOOL_FTDI(I2C_SetHiSpeedDeviceGPIOs, 20),
-    BRISK_TOOL_FTDI(I2C_GetGPIOs, 8),
-    BRISK_TOOL_FTDI(I2C_GetHiSpeedDeviceGPIOs, 20),
-    BRISK_TOOL_FTDI(I2C_Write, 48),
-    BRISK_TOOL_FTDI(I2C_Read, 32),
-    BRISK_TOOL_FTDI(I2C_GetErrorCodeString, 16),
-    Row{"BriskSimConfigure", nullptr, BRISK_TOOL_STORE(BriskSimConfigure), Need::kSimulated},
-    Row{"BriskSimSnapshot", nullptr, BRISK_TOOL_STORE(BriskSimSnapshot), Need::kSimulated},
-};
-
-#undef BRISK_TOOL_FTDI
+constexpr Row kFunctions[] = {
+#define BRISK_TOOL_NAMED(name, windowsName) \
+  {#name, windowsName, Store<&Api::name, decltype(Api::name)>},
+#define BRISK_TOOL_PLAIN(name) BRISK_TOOL_NAMED(name, nullptr)
+#define BRISK_TOOL_SIMULATED(name) \
+  {#name, nullptr, Store<&Api::name, decltype(Api::name)>, Need::kSimulated},
+    BRISK_TOOL_FUNCTIONS(BRISK_TOOL_PLAIN, BRISK_TOOL_NAMED, BRISK_TOOL_SIMULATED)
+#undef BRISK_TOOL_SIMULATED
 #undef BRISK_TOOL_PLAIN
-#undef BRISK_TOOL_STORE
+#undef BRISK_TOOL_NAMED
+};
 
 const char* ExportName([[maybe_unused]] const Row& row) {
 #if defined(_WIN32)

@@ -10,10 +10,13 @@ namespace {
 
 constexpr size_t kQuotedLines = 6;
 
-// An exception is a failure that no command foresaw: no memory, no folder for temporary files.
+// Another exception than Failure is one that no command foresaw: no memory, no folder for temporary
+// files.
 Outcome RunCommand(const CommandLine& line, Session& session) {
   try {
     return line.command.run(session);
+  } catch (const Failure& failure) {
+    return failure;
   } catch (const std::exception& error) {
     return OperationFailure("run " + line.command.name, error.what(),
                             "check memory and the folder for temporary files");

@@ -9,6 +9,9 @@ namespace {
 
 using Bytes = std::vector<uint8_t>;
 
+constexpr uint32_t kBmpSignature = 0x424D;   // "BM"
+constexpr uint32_t kJpegSignature = 0xFFD8;  // start of image
+
 uint32_t Little32(const Bytes& bytes, size_t at) {
   if (at + 4 > bytes.size()) return 0;
   return uint32_t{bytes[at]} | uint32_t{bytes[at + 1]} << 8U | uint32_t{bytes[at + 2]} << 16U |
@@ -25,44 +28,34 @@ bool StartsFrame(uint8_t marker) {
   return marker >= 0xC0 && marker <= 0xCF && marker != 0xC4 && marker != 0xC8 && marker != 0xCC;
 }
 
-void ReadJpegSize(const Bytes& bytes, PictureFile& picture) {
+PictureFile JpegOf(const Bytes& bytes) {
+  PictureFile picture{.kind = PictureFile::Kind::kJpeg};
   size_t at = 2;
-  while (at + 4 <= bytes.size()) {
-    if (bytes[at] != 0xFF) return;
+  while (at + 4 <= bytes.size() && bytes[at] == 0xFF) {
     const uint8_t marker = bytes[at + 1];
-    if (marker == 0xFF) {
-      ++at;
-      continue;
-    }
     if (StartsFrame(marker)) {
       picture.height = Big16(bytes, at + 5);
       picture.width = Big16(bytes, at + 7);
-      return;
+      break;
     }
-    at += 2 + Big16(bytes, at + 2);
+    // A marker may have more than one FF before it.
+    at += marker == 0xFF ? 1 : 2 + Big16(bytes, at + 2);
   }
+  return picture;
 }
 
 }  // namespace
 
-std::optional<Failure> LookIntoPicture(const std::string& path, PictureFile& picture) {
+PictureFile LookIntoPicture(const std::string& path) {
   const std::string tried = "open the picture " + path;
-  std::string error;
-  const std::optional<Bytes> bytes = ReadFile(path, error);
-  if (!bytes) return OperationFailure(tried, error, "check its name and that you may read it");
-  if (bytes->size() >= 2 && (*bytes)[0] == 'B' && (*bytes)[1] == 'M') {
-    picture.kind = PictureFile::Kind::kBmp;
-    picture.width = Little32(*bytes, 18);
-    picture.height = Little32(*bytes, 22);
-    return std::nullopt;
+  const Bytes bytes = ReadInput(path, tried);
+  const uint32_t signature = Big16(bytes, 0);
+  if (signature == kBmpSignature) {
+    return {PictureFile::Kind::kBmp, Little32(bytes, 18), Little32(bytes, 22)};
   }
-  if (bytes->size() >= 2 && (*bytes)[0] == 0xFF && (*bytes)[1] == 0xD8) {
-    picture.kind = PictureFile::Kind::kJpeg;
-    ReadJpegSize(*bytes, picture);
-    return std::nullopt;
-  }
-  return OperationFailure(tried, "its content is neither BMP nor JPEG",
-                          "convert it to a 24-bit BMP or a baseline JPEG");
+  if (signature == kJpegSignature) return JpegOf(bytes);
+  throw OperationFailure(tried, "its content is neither BMP nor JPEG",
+                         "convert it to a 24-bit BMP or a baseline JPEG");
 }
 
 }  // namespace brisk::tool

@@ -1,10 +1,7 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <string>
-
-#include "outcome.h"
 
 namespace brisk::tool {
 
@@ -16,6 +13,6 @@ struct PictureFile {
   uint32_t height = 0;
 };
 
-std::optional<Failure> LookIntoPicture(const std::string& path, PictureFile& picture);
+PictureFile LookIntoPicture(const std::string& path);
 
 }  // namespace brisk::tool

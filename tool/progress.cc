@@ -4,6 +4,7 @@
 #include <cmath>
 #include <csignal>
 
+#include "console.h"
 #include "os.h"
 #include "text.h"
 
@@ -52,10 +53,7 @@ void Progress::Begin(const std::string& label, Unit unit, uint64_t total) {
   tenthsShown_ = 0;
   began_ = Clock::now();
   drawn_ = began_;
-  if (total_ == 0) {
-    std::fprintf(stream_, "%s...\n", label_.c_str());
-    std::fflush(stream_);
-  }
+  if (total_ == 0) Put(stream_, label_ + "...\n");
 }
 
 bool Progress::Update(uint64_t done) {
@@ -70,8 +68,7 @@ void Progress::Draw() {
     const uint64_t tenths = done_ * kTenths / total_;
     if (tenths <= tenthsShown_) return;
     tenthsShown_ = tenths;
-    std::fprintf(stream_, "%s\n", Line().c_str());
-    std::fflush(stream_);
+    Put(stream_, Line() + "\n");
     return;
   }
   const Clock::time_point now = Clock::now();
@@ -81,15 +78,11 @@ void Progress::Draw() {
   const size_t length = line.size();
   if (length < lineLength_) line.append(lineLength_ - length, ' ');
   lineLength_ = length;
-  std::fprintf(stream_, "\r%s", line.c_str());
-  std::fflush(stream_);
+  Put(stream_, "\r" + line);
 }
 
 void Progress::End() {
-  if (terminal_ && lineLength_ != 0) {
-    std::fputc('\n', stream_);
-    std::fflush(stream_);
-  }
+  if (terminal_ && lineLength_ != 0) Put(stream_, "\n");
   lineLength_ = 0;
 }
 

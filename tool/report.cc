@@ -1,14 +1,8 @@
 #include "report.h"
 
+#include "console.h"
+
 namespace brisk::tool {
-namespace {
-
-void Put(std::FILE* stream, const std::string& text) {
-  std::fputs(text.c_str(), stream);
-  std::fflush(stream);
-}
-
-}  // namespace
 
 void Report::Print(const Json& object) const {
   // Names of files may hold any bytes; what is no UTF-8 is replaced.

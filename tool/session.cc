@@ -23,8 +23,6 @@ std::string Escaped(const std::string& value) {
   return escaped;
 }
 
-std::string SerialPortName(uint32_t number) { return "COM" + std::to_string(number); }
-
 const char* ConnectAdvice(const DeviceType& device, bool simulated) {
   if (simulated) return "the bench has another adapter than --device asks for, or a fault was set";
   if (device.number == BRISK_DEVICE_TCON_USB) {
@@ -47,59 +45,55 @@ Session::~Session() {
   if (options_.verbose) api().BriskEnableDebug(0);
 }
 
-std::optional<Failure> Session::Ready(Ability ability) {
+void Session::Ready(Ability ability) {
   if (!device().Can(ability)) {
-    return UsageFailure(std::string("use ") + AbilityName(ability) + " on device " + device().name,
-                        std::string("the ") + device().text + " does not have it",
-                        "choose with --device one of: " + Join(DevicesThatCan(ability), ", "));
+    throw UsageFailure("use " + AbilityNames(ability).front() + " on device " + device().name,
+                       device().The() + " does not have it",
+                       "choose with --device one of: " + Join(DevicesThatCan(ability), ", "));
   }
-  if (std::optional<Failure> failure = Load()) return failure;
-  return Connect();
+  Load();
+  Connect();
 }
 
-std::optional<Failure> Session::Load(const char* adapter) {
-  if (loaded_) return std::nullopt;
-  if (std::optional<Failure> failure = library_.Load(options_.simulated)) return failure;
-  if (options_.simulated) {
-    if (std::optional<Failure> failure = ConfigureBench(adapter)) return failure;
+void Session::Load(const char* adapter) {
+  if (loaded_) return;
+  if (std::optional<Failure> failure = library_.Load(options_.simulated)) {
+    throw Failure(std::move(*failure));
   }
+  if (options_.simulated) ConfigureBench(adapter);
   loaded_ = true;
   if (options_.verbose) api().BriskEnableDebug(1);
   api().BriskSetProgressCallback(&Progress::OnProgress, &progress_);
   Progress::CatchInterrupt();
-  return std::nullopt;
 }
 
-std::optional<Failure> Session::ConfigureBench(const char* adapter) {
+void Session::ConfigureBench(const char* adapter) {
   std::string parameters = options_.simulation;
   if (!options_.SimulationHas("adapter")) {
-    Append(parameters, std::string("adapter=") + (adapter == nullptr ? device().adapter : adapter));
+    Append(parameters,
+           std::string("adapter=") + (adapter == nullptr ? device().Adapter() : adapter));
   }
   if (!options_.trace.empty()) Append(parameters, "trace=" + Escaped(options_.trace));
   std::array<char, 2048> message{};
-  if (api().BriskSimConfigure(parameters.c_str(), message.data(), message.size()) == 0) {
-    return std::nullopt;
+  if (api().BriskSimConfigure(parameters.c_str(), message.data(), message.size()) != 0) {
+    throw UsageFailure("set up the simulated bench with " + parameters, message.data(),
+                       "correct the parameters after --sim=");
   }
-  return UsageFailure("set up the simulated bench with " + parameters, message.data(),
-                      "correct the parameters after --sim=");
 }
 
-std::optional<Failure> Session::Connect() {
-  if (device().serial) {
-    if (std::optional<Failure> failure = ConnectSerial()) return failure;
-  }
-  if (std::optional<Failure> failure = SelectDevice()) return failure;
+void Session::Connect() {
+  if (device().serial) ConnectSerial();
+  SelectDevice();
   if (options_.rate) {
     api().I2cSetClockRate(*options_.rate);
     api().SPISetClockRate(*options_.rate);
   }
-  return std::nullopt;
 }
 
-std::optional<Failure> Session::ConnectSerial() {
+void Session::ConnectSerial() {
   if (!options_.comPort && !options_.simulated) {
-    return UsageFailure(std::string("connect the ") + device().text, "no serial port was named",
-                        "name it with --com N (and its rate with --baud B)");
+    throw UsageFailure("connect " + device().The(), "no serial port was named",
+                       "name it with --com N (and its rate with --baud B)");
   }
   const bool frames = device().number == BRISK_DEVICE_UART;
   const uint32_t port = options_.comPort.value_or(device().simulatedPort);
@@ -110,25 +104,21 @@ std::optional<Failure> Session::ConnectSerial() {
   if (connected && !frames && baud != kTextBridgeBaud) {
     connected = connect(static_cast<uint8_t>(port), baud);
   }
-  if (connected) return std::nullopt;
-  return OperationFailure(
-      std::string("connect the ") + device().text + " on " + SerialPortName(port) + " at " +
+  if (connected) return;
+  throw OperationFailure(
+      "connect " + device().The() + " on COM" + std::to_string(port) + " at " +
           std::to_string(baud) + " baud",
       "the connection failed",
       "check the port's number and that you may open it; then the bridge's power, cable and rate");
 }
 
-std::optional<Failure> Session::SelectDevice() {
+void Session::SelectDevice() {
   FirmwareFolder firmware;
-  if (device().number == BRISK_DEVICE_TCON_USB) {
-    if (std::optional<Failure> failure = firmware.Enter(options_.firmware, console_)) {
-      return failure;
-    }
+  if (device().number == BRISK_DEVICE_TCON_USB) firmware.Enter(options_.firmware, console_);
+  if (api().BriskSetDevice(device().number) == 0) {
+    throw OperationFailure("connect " + device().The(), "no board was found",
+                           ConnectAdvice(device(), options_.simulated));
   }
-  const uint8_t result = api().BriskSetDevice(device().number);
-  if (result != 0) return std::nullopt;
-  return OperationFailure(std::string("connect the ") + device().text, "no board was found",
-                          ConnectAdvice(device(), options_.simulated));
 }
 
 }  // namespace brisk::tool

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <optional>
 #include <string>
 
 #include "console.h"
@@ -22,11 +21,11 @@ class Session {
 
   // Everything a command needs before its first call: checks that the device can do it, loads the
   // library, selects and connects the device.
-  std::optional<Failure> Ready(Ability ability);
+  void Ready(Ability ability);
 
   // The library alone, nothing selected. The simulated bench gets `adapter`, or the one that the
   // device needs, unless its parameters name one.
-  std::optional<Failure> Load(const char* adapter = nullptr);
+  void Load(const char* adapter = nullptr);
 
   const Options& options() const { return options_; }
   const DeviceType& device() const { return *options_.device; }
@@ -36,10 +35,10 @@ class Session {
   Progress& progress() { return progress_; }
 
  private:
-  std::optional<Failure> ConfigureBench(const char* adapter);
-  std::optional<Failure> Connect();
-  std::optional<Failure> ConnectSerial();
-  std::optional<Failure> SelectDevice();
+  void ConfigureBench(const char* adapter);
+  void Connect();
+  void ConnectSerial();
+  void SelectDevice();
 
   const Options& options_;
   Console& console_;

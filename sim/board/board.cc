@@ -5,18 +5,21 @@
 #include "sim/board/picture_receiver.h"
 #include "sim/board/timing_controller.h"
 #include "sim/board/trace.h"
-#include "sim/config/options.h"
 
 namespace brisk::sim {
 
-Board::Board(const Options& options, VirtualClock& clock, Trace& trace, Faults& faults)
-    : i2c_(trace),
+BoardOptions::BoardOptions() : flash(&FlashChips()[1]) {}
+
+Board::Board(const BoardOptions& options, VirtualClock& clock, Trace& trace, Faults& faults)
+    : options_(options),
+      i2c_(trace),
       spi_(trace),
       picture_(trace),
-      controller_(std::make_unique<TimingController>(options, i2c_, faults)),
+      controller_(std::make_unique<TimingController>(i2c_, faults)),
       receiver_(std::make_unique<PictureReceiver>(*controller_)),
       memory_(*controller_, *receiver_),
       eeprom_(std::make_unique<Eeprom>(i2c_, faults, clock)) {
+  controller_->SetFrame(options.frameWidth, options.frameHeight);
   picture_.SetDevice(receiver_.get());
   if (options.flash != nullptr) {
     flash_ = std::make_unique<NorFlash>(*options.flash, options.chipEraseMs, clock, faults);
@@ -30,17 +33,16 @@ Board::Board(const Options& options, VirtualClock& clock, Trace& trace, Faults& 
 
 Board::~Board() { SaveFiles(); }
 
-std::string Board::AttachFiles(const Options& options) {
-  if (!options.memory.empty()) {
-    std::string wrong = memory_.Attach(options.memory);
+std::string Board::AttachFiles() {
+  if (!options_.memory.empty()) {
+    std::string wrong = memory_.Attach(options_.memory);
     if (!wrong.empty()) return wrong;
     // A frame that is asked for counts more than the one that was kept.
-    if (options.frameGiven) controller_->SetFrame(options.frameWidth, options.frameHeight);
+    if (options_.frameGiven) controller_->SetFrame(options_.frameWidth, options_.frameHeight);
   }
-  if (options.image.empty()) return "";
-  if (flash_ == nullptr)
-    return "image=" + options.image + " needs a flash, but flash=none is given";
-  return flash_->AttachImage(options.image);
+  if (options_.image.empty()) return "";
+  if (flash_ != nullptr) return flash_->AttachImage(options_.image);
+  return "image=" + options_.image + " needs a flash, but flash=none is given";
 }
 
 }  // namespace brisk::sim

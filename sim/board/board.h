@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -17,7 +18,21 @@ class RegisterFile;
 class TimingController;
 class Trace;
 class VirtualClock;
-struct Options;
+struct FlashChip;
+
+// What a board is made of.
+struct BoardOptions {
+  const FlashChip* flash;  // null = no flash on the board; the W25Q32 unless something else is said
+  uint32_t chipEraseMs = 0;  // 0 = the chip's own
+  bool frameGiven = false;   // else a frame size from the memory file stands
+  unsigned frameWidth = 1024;
+  unsigned frameHeight = 768;
+  int tenBitAddress = -1;  // of the 10-bit I2C device; -1 = none
+  std::string image;       // file that keeps the flash's contents; empty = none
+  std::string memory;      // file that keeps the controller's; empty = none
+
+  BoardOptions();
+};
 
 // The board behind every adapter: a timing controller and an EEPROM on the I2C lines, a NOR flash
 // on the SPI lines, and the controller's picture port. An adapter only moves the lines.
@@ -26,13 +41,13 @@ struct Options;
 // connected, each holds mutex() while it moves lines.
 class Board {
  public:
-  Board(const Options& options, VirtualClock& clock, Trace& trace, Faults& faults);
+  Board(const BoardOptions& options, VirtualClock& clock, Trace& trace, Faults& faults);
   ~Board();
   Board(const Board&) = delete;
   Board& operator=(const Board&) = delete;
 
   // Loads what the board's files keep. Empty when done, else what is wrong with a file.
-  std::string AttachFiles(const Options& options);
+  std::string AttachFiles();
   // Writes what is not written as it changes; done once more at the board's end.
   void SaveFiles() { memory_.Save(); }
 
@@ -41,6 +56,8 @@ class Board {
   PictureWires& picture() { return picture_; }
   std::recursive_mutex& mutex() { return mutex_; }
 
+  // The chips themselves, for those who look behind the wires.
+
   TimingController& controller() { return *controller_; }
   PictureReceiver& receiver() { return *receiver_; }
   Eeprom& eeprom() { return *eeprom_; }
@@ -48,6 +65,7 @@ class Board {
   RegisterFile* tenBit() { return tenBit_.get(); }  // null when the board has none
 
  private:
+  const BoardOptions options_;
   I2cWires i2c_;
   SpiWires spi_;
   PictureWires picture_;

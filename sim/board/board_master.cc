@@ -1,11 +1,12 @@
+// Quarters of an I2C bit; a change comes at the beginning of its quarter, and a byte moves in three
+// of them a bit:
+//
+//   START   SDA released | SCL released | SDA low | SCL low
+//   a bit   SDA | SCL released, SDA sampled | SCL low
+//   STOP    both low | SCL released | SDA released
 #include "sim/board/board_master.h"
 
 namespace brisk::sim {
-namespace {
-
-constexpr uint64_t kSpiHalfNs = 500;
-
-}  // namespace
 
 BoardMaster::BoardMaster(Board& board, VirtualClock& clock)
     : board_(board), clock_(clock), driver_(board.i2c().AddDriver()) {}
@@ -58,27 +59,27 @@ uint8_t BoardMaster::Receive(bool acknowledge) {
 
 void BoardMaster::SelectFlash() {
   board_.spi().Drive(true, false, false);
-  clock_.Spend(kSpiHalfNs);
+  clock_.Spend(spiHalfNs_);
   board_.spi().Drive(false, false, false);
-  clock_.Spend(kSpiHalfNs);
+  clock_.Spend(spiHalfNs_);
 }
 
 void BoardMaster::DeselectFlash() {
   board_.spi().Drive(true, false, false);
-  clock_.Spend(kSpiHalfNs);
+  clock_.Spend(spiHalfNs_);
 }
 
-uint8_t BoardMaster::ExchangeSpi(uint8_t byte) {
+uint8_t BoardMaster::ExchangeSpi(uint8_t byte, bool cs) {
   unsigned in = 0;
   for (int bit = 7; bit >= 0; --bit) {
     const bool mosi = (byte >> bit & 1) != 0;
-    board_.spi().Drive(false, false, mosi);
-    clock_.Spend(kSpiHalfNs);
+    board_.spi().Drive(cs, false, mosi);
+    clock_.Spend(spiHalfNs_);
     in = in << 1 | (board_.spi().miso() ? 1U : 0U);
-    board_.spi().Drive(false, true, mosi);
-    clock_.Spend(kSpiHalfNs);
+    board_.spi().Drive(cs, true, mosi);
+    clock_.Spend(spiHalfNs_);
   }
-  board_.spi().Drive(false, false, false);
+  board_.spi().Drive(cs, false, false);
   return static_cast<uint8_t>(in);
 }
 

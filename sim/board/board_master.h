@@ -3,11 +3,13 @@
 #include <cstdint>
 
 #include "sim/board/board.h"
-#include "sim/pc/virtual_clock.h"
+#include "sim/common/virtual_clock.h"
 
 namespace brisk::sim {
 
-// A microcontroller's I2C and SPI masters on the board's lines, bit by bit.
+// A microcontroller's I2C and SPI masters on the board's lines, bit by bit: 100 kHz and 1 MHz
+// unless other rates are set. Nothing stretches SCL or takes the bus away, so no call waits or
+// fails.
 class BoardMaster {
  public:
   BoardMaster(Board& board, VirtualClock& clock);
@@ -15,15 +17,17 @@ class BoardMaster {
   BoardMaster& operator=(const BoardMaster&) = delete;
 
   void SetI2cRate(unsigned kHz) { quarterNs_ = 250'000 / kHz; }
+  void SetSpiRate(unsigned kHz) { spiHalfNs_ = 500'000 / kHz; }
 
   void Start();  // repeated when the bus is already this master's
   void Stop();
-  bool Send(uint8_t byte);  // true = acknowledged
-  uint8_t Receive(bool acknowledge);
+  bool Send(uint8_t byte);            // true = acknowledged
+  uint8_t Receive(bool acknowledge);  // the ninth clock included
 
   void SelectFlash();
   void DeselectFlash();
-  uint8_t ExchangeSpi(uint8_t byte);  // mode 0, most significant bit first
+  // Mode 0, most significant bit first, with chip select at this level.
+  uint8_t ExchangeSpi(uint8_t byte, bool cs = false);
 
  private:
   void Drive(bool scl, bool sda);
@@ -33,6 +37,7 @@ class BoardMaster {
   VirtualClock& clock_;
   const uint32_t driver_;
   uint64_t quarterNs_ = 2'500;
+  uint64_t spiHalfNs_ = 500;
   bool scl_ = true;
   bool sda_ = true;
 };

@@ -16,6 +16,7 @@ constexpr std::array<char, 8> kMark{'B', 'R', 'I', 'S', 'K', 'F', 'M', '1'};
 
 }  // namespace
 
+// The cells are as many as had been written: the rest of the frame memory is 0.
 std::string ControllerMemory::Attach(const std::string& path) {
   file_.reset(std::fopen(path.c_str(), "r+b"));
   if (file_ != nullptr) {

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <cstdio>
-#include <memory>
 #include <string>
+
+#include "sim/common/file_handle.h"
 
 namespace brisk::sim {
 
@@ -23,14 +23,11 @@ class ControllerMemory {
   void Save();
 
  private:
-  struct CloseFile {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-  };
   bool Load();
 
   TimingController& controller_;
   PictureReceiver& receiver_;
-  std::unique_ptr<std::FILE, CloseFile> file_;
+  FileHandle file_;
 };
 
 }  // namespace brisk::sim

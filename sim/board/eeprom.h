@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include "sim/board/i2c_slave.h"
-#include "sim/pc/virtual_clock.h"
+#include "sim/common/virtual_clock.h"
 
 namespace brisk::sim {
 
@@ -22,6 +22,7 @@ class Eeprom final : public I2cSlave {
     memory_.fill(0xFF);
   }
 
+  // Behind the bus's back.
   uint8_t Byte(uint8_t address) const { return memory_[address]; }
   void SetByte(uint8_t address, uint8_t value) { memory_[address] = value; }
 

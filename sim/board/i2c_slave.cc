@@ -1,6 +1,13 @@
+// What happens on which edge:
+//
+//   SDA falls, rises while SCL is high    START, STOP
+//   SCL rises                             a bit is taken, or the master's acknowledge
+//   SCL falls                             the device drives SDA: the next bit, its acknowledge
+//   after
+//                                         the eighth, and nothing again after the ninth
 #include "sim/board/i2c_slave.h"
 
-#include "sim/config/faults.h"
+#include "sim/common/faults.h"
 
 namespace brisk::sim {
 

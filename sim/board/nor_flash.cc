@@ -1,10 +1,15 @@
+// Chip select falls; the instruction byte, an address of three bytes where it has one, then data,
+// most significant bits first: MOSI is taken when SCK rises, MISO changes when it falls. Programs
+// and erases begin when chip select rises and run on by themselves; their progress is the busy bit
+// of the status.
 #include "sim/board/nor_flash.h"
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
-#include "sim/config/faults.h"
-#include "sim/pc/virtual_clock.h"
+#include "sim/common/faults.h"
+#include "sim/common/virtual_clock.h"
 
 namespace brisk::sim {
 namespace {
@@ -24,36 +29,27 @@ constexpr uint64_t kForever = std::numeric_limits<uint64_t>::max();
 constexpr uint8_t kWriteInProgress = 0x01;
 constexpr uint8_t kWriteEnableLatch = 0x02;
 
-enum class Action : uint8_t {
-  kWriteEnable,
-  kWriteDisable,
-  kStatus,
-  kIdentify,
-  kRead,
-  kProgram,
-  kSectorErase,
-  kChipErase,
-};
-
 }  // namespace
 
 struct NorFlash::Command {
   uint8_t code;
-  Action action;
-  bool address;  // followed by 24 bits of address
-  bool sends;    // the chip answers with bytes after code and address
-  bool whileBusy;
+  bool address;                  // followed by 24 bits of address
+  bool whileBusy;                // obeyed then too
+  bool needsEnable;              // ignored unless a write enable came before
+  uint8_t (NorFlash::*next)();   // the bytes that the chip answers with, one by one; null = none
+  void (*execute)(NorFlash& f);  // what happens when chip select rises; null = nothing
 };
 
 const NorFlash::Command NorFlash::kCommands[] = {
-    {0x02, Action::kProgram, true, false, false},
-    {0x03, Action::kRead, true, true, false},
-    {0x04, Action::kWriteDisable, false, false, false},
-    {0x05, Action::kStatus, false, true, true},
-    {0x06, Action::kWriteEnable, false, false, false},
-    {0x9F, Action::kIdentify, false, true, false},
-    {0xC7, Action::kChipErase, false, false, false},
-    {0xD8, Action::kSectorErase, true, false, false},
+    {kPageProgram, true, false, true, nullptr, [](NorFlash& f) { f.Program(); }},
+    {kReadData, true, false, false, &NorFlash::NextData, nullptr},
+    {kWriteDisable, false, false, false, nullptr, [](NorFlash& f) { f.writeEnabled_ = false; }},
+    {kReadStatus, false, true, false, &NorFlash::Status, nullptr},
+    {kWriteEnable, false, false, false, nullptr, [](NorFlash& f) { f.writeEnabled_ = true; }},
+    {kReadIdentification, false, false, false, &NorFlash::NextOfId, nullptr},
+    {kChipErase, false, false, true, nullptr,
+     [](NorFlash& f) { f.Erase(0, f.chip_.size, f.chipEraseNs_); }},
+    {kSectorErase, true, false, true, nullptr, [](NorFlash& f) { f.EraseSector(); }},
 };
 
 std::span<const FlashChip> FlashChips() { return kChips; }
@@ -80,8 +76,8 @@ std::string NorFlash::AttachImage(const std::string& path) {
     if (image_ == nullptr) return "flash image '" + path + "' can be neither opened nor created";
   }
   std::fill(memory_.begin() + static_cast<ptrdiff_t>(loaded), memory_.end(), uint8_t{0xFF});
-  if (loaded < memory_.size())
-    Save(static_cast<uint32_t>(loaded), chip_.size - static_cast<uint32_t>(loaded));
+  const auto blank = static_cast<uint32_t>(loaded);
+  if (blank < chip_.size) Save(blank, chip_.size - blank);
   return image_ != nullptr ? "" : "flash image '" + path + "' cannot be written";
 }
 
@@ -106,7 +102,7 @@ void NorFlash::LinesChanged(bool cs, bool sck, bool mosi) {
     bits_ = (bits_ + 1) % 8;
     if (bits_ == 0) ByteReceived(in_);
   } else if (sending_) {
-    if (bits_ == 0) out_ = NextByte();
+    if (bits_ == 0) out_ = (this->*command_->next)();
     miso_ = (out_ << bits_ & 0x80) != 0;
   }
 }
@@ -124,8 +120,9 @@ void NorFlash::Selected() {
 void NorFlash::Deselected() {
   miso_ = true;
   sending_ = false;
-  if (command_ != nullptr && bits_ == 0) Execute();
-  command_ = nullptr;
+  const Command* command = std::exchange(command_, nullptr);
+  if (command == nullptr || command->execute == nullptr || bits_ != 0) return;
+  if (!command->needsEnable || writeEnabled_) command->execute(*this);
 }
 
 void NorFlash::ByteReceived(uint8_t byte) {
@@ -138,9 +135,9 @@ void NorFlash::ByteReceived(uint8_t byte) {
     address_ = address_ << 8 | byte;
     if (index == 3) {
       address_ %= chip_.size;
-      sending_ = command_->sends;
+      sending_ = command_->next != nullptr;
     }
-  } else if (command_->action == Action::kProgram) {
+  } else if (command_->code == kPageProgram) {
     // The latch holds one page: a 257th byte takes the place of the first.
     if (latched_ == 0) latch_.fill(0xFF);
     latch_[(address_ + latched_) % kPageSize] = byte;
@@ -152,22 +149,18 @@ void NorFlash::CommandReceived(uint8_t code) {
   const auto* found = std::ranges::find(kCommands, code, &Command::code);
   if (found == std::end(kCommands) || (Busy() && !found->whileBusy)) return;
   command_ = found;
-  sending_ = found->sends && !found->address;
+  sending_ = found->next != nullptr && !found->address;
 }
 
-uint8_t NorFlash::NextByte() {
-  switch (command_->action) {
-    case Action::kStatus:
-      return Status();
-    case Action::kIdentify:
-      // Read on, the three bytes repeat.
-      return static_cast<uint8_t>(chip_.id >> (16 - (bytes_ - 1) % 3 * 8));
-    default: {
-      const uint8_t byte = memory_[address_];
-      address_ = (address_ + 1) % chip_.size;
-      return byte;
-    }
-  }
+// Read on, the three bytes repeat.
+uint8_t NorFlash::NextOfId() {
+  return static_cast<uint8_t>(chip_.id >> (16 - (bytes_ - 1) % 3 * 8));
+}
+
+uint8_t NorFlash::NextData() {
+  const uint8_t byte = memory_[address_];
+  address_ = (address_ + 1) % chip_.size;
+  return byte;
 }
 
 uint8_t NorFlash::Status() {
@@ -175,36 +168,17 @@ uint8_t NorFlash::Status() {
   return writeEnabled_ ? kWriteEnableLatch : 0;
 }
 
-void NorFlash::Execute() {
-  const bool whole = bytes_ >= (command_->address ? 4U : 1U);
-  switch (command_->action) {
-    case Action::kWriteEnable:
-      writeEnabled_ = true;
-      break;
-    case Action::kWriteDisable:
-      writeEnabled_ = false;
-      break;
-    case Action::kProgram:
-      if (writeEnabled_ && latched_ != 0) Program();
-      break;
-    case Action::kSectorErase:
-      if (writeEnabled_ && whole) Erase(address_ & ~(kSectorSize - 1), kSectorSize, kSectorEraseNs);
-      break;
-    case Action::kChipErase:
-      if (writeEnabled_) Erase(0, chip_.size, chipEraseNs_);
-      break;
-    case Action::kStatus:
-    case Action::kIdentify:
-    case Action::kRead:
-      break;
-  }
-}
-
 void NorFlash::Program() {
+  if (latched_ == 0) return;
   const uint32_t page = address_ & ~(kPageSize - 1);
   for (uint32_t i = 0; i < kPageSize; ++i) memory_[page + i] &= latch_[i];
   Save(page, kPageSize);
   StayBusy(kPageProgramNs);
+}
+
+void NorFlash::EraseSector() {
+  constexpr uint32_t kWhole = 4;  // instruction and address
+  if (bytes_ >= kWhole) Erase(address_ & ~(kSectorSize - 1), kSectorSize, kSectorEraseNs);
 }
 
 void NorFlash::Erase(uint32_t first, uint32_t count, uint64_t nanoseconds) {

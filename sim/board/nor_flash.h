@@ -2,13 +2,12 @@
 
 #include <array>
 #include <cstdint>
-#include <cstdio>
-#include <memory>
 #include <span>
 #include <string>
 #include <vector>
 
 #include "sim/board/wires.h"
+#include "sim/common/file_handle.h"
 
 namespace brisk::sim {
 
@@ -37,6 +36,18 @@ class NorFlash final : public SpiDevice {
   static constexpr uint32_t kPageSize = 256;
   static constexpr uint32_t kSectorSize = 0x10000;
 
+  // Instructions, as every serial NOR flash of the 25 series knows them (JEDEC).
+  enum Instruction : uint8_t {
+    kPageProgram = 0x02,
+    kReadData = 0x03,
+    kWriteDisable = 0x04,
+    kReadStatus = 0x05,
+    kWriteEnable = 0x06,
+    kReadIdentification = 0x9F,
+    kChipErase = 0xC7,
+    kSectorErase = 0xD8,
+  };
+
   // `chipEraseMs` 0 = the chip's own.
   NorFlash(const FlashChip& chip, uint32_t chipEraseMs, VirtualClock& clock, Faults& faults);
   NorFlash(const NorFlash&) = delete;
@@ -53,25 +64,24 @@ class NorFlash final : public SpiDevice {
 
   std::vector<uint8_t>& memory() { return memory_; }  // behind the file's back
   const FlashChip& chip() const { return chip_; }
-  bool Busy() const;
+  bool Busy() const;  // by the clock; with the fault flash-busy for as long as that says
   bool WriteEnabled() const { return writeEnabled_; }
 
  private:
   struct Command;
-  struct CloseFile {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-  };
 
   void Selected();
   void Deselected();
   void ByteReceived(uint8_t byte);
   void CommandReceived(uint8_t code);
-  uint8_t NextByte();
   uint8_t Status();
-  void Execute();
+  uint8_t NextOfId();
+  uint8_t NextData();
   void Program();
+  void EraseSector();
   void Erase(uint32_t first, uint32_t count, uint64_t nanoseconds);
   void StayBusy(uint64_t nanoseconds);
+  // Into the image file. When that fails, standard error is told once and the file is given up.
   void Save(uint32_t first, uint32_t count);
 
   static const Command kCommands[];
@@ -81,7 +91,7 @@ class NorFlash final : public SpiDevice {
   VirtualClock& clock_;
   Faults& faults_;
   std::vector<uint8_t> memory_;
-  std::unique_ptr<std::FILE, CloseFile> image_;
+  FileHandle image_;
 
   const Command* command_ = nullptr;  // null = none yet, or one that is ignored
   bool cs_ = true;

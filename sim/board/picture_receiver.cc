@@ -1,3 +1,10 @@
+// Words by their length in bits; the most significant bit comes first:
+//
+//   7    start: pixels follow
+//   12   command: fill run, line skip, block copy
+//   19   colour: a selector of three bits and half a colour, or a row of a pattern
+//   22   address, in units of two pixels; the top bit marks the source of a block copy
+//   32   pixels: two of 16 bits, the low half first, or four bytes of a stream of 24-bit pixels
 #include "sim/board/picture_receiver.h"
 
 #include <algorithm>
@@ -9,8 +16,18 @@ namespace {
 
 using Controller = TimingController;
 
-// Word lengths.
-enum Length : uint32_t { kStart = 7, kCommand = 12, kColour = 19, kAddress = 22, kPixels = 32 };
+constexpr uint32_t kLongestWord = 32;
+constexpr uint32_t kStartWord = 0x13;
+constexpr uint32_t kFillRun = 0x277;
+
+// Command words by their upper bits.
+constexpr uint32_t kLineSkip = 1;   // from bit 11 on; address units below
+constexpr uint32_t kBlockCopy = 6;  // from bit 8 on; lines and units below, four bits each
+
+// What the sixteen lower bits of a colour word are.
+constexpr uint32_t kLowColour = 0;
+constexpr uint32_t kHighColour = 1;
+constexpr uint32_t kPatternRow = 4;
 
 constexpr uint32_t kPixelsPerFillRun = 120;
 constexpr uint32_t kSecondStartUnit = 8192;
@@ -57,7 +74,7 @@ void PictureReceiver::LinesChanged(bool one, bool zero) {
   const uint32_t value = value_;
   bits_ = 0;
   value_ = 0;
-  if (bits == 1 || bits > 32) {
+  if (bits == 1 || bits > kLongestWord) {
     ++noise_;
   } else {
     Word(bits, value);
@@ -65,35 +82,37 @@ void PictureReceiver::LinesChanged(bool one, bool zero) {
 }
 
 void PictureReceiver::Word(uint32_t bits, uint32_t value) {
+  // A word's length says what it is.
+  static constexpr struct {
+    uint32_t bits;
+    void (PictureReceiver::*take)(uint32_t value);
+  } kWords[] = {{7, &PictureReceiver::Start},
+                {12, &PictureReceiver::Command},
+                {19, &PictureReceiver::Colour},
+                {22, &PictureReceiver::Address},
+                {32, &PictureReceiver::PixelWord}};
   ++words_;
-  switch (bits) {
-    case kStart:
-      if (value != 0x13) return Count(Fault::kUnknownWord);
-      started_ = true;
-      return;
-    case kCommand:
-      return Command(value);
-    case kColour:
-      return Colour(value);
-    case kAddress:
-      return Address(value);
-    case kPixels:
-      return PixelWord(value);
-    default:
-      return Count(Fault::kUnknownWord);
+  for (const auto& word : kWords) {
+    if (word.bits == bits) return (this->*word.take)(value);
   }
+  Count(Fault::kUnknownWord);
+}
+
+void PictureReceiver::Start(uint32_t value) {
+  if (value != kStartWord) return Count(Fault::kUnknownWord);
+  started_ = true;
 }
 
 void PictureReceiver::Colour(uint32_t value) {
   const uint32_t payload = value & 0xFFFF;
   switch (value >> 16) {
-    case 0:
+    case kLowColour:
       colour_ = (colour_ & 0xFFFF0000) | payload;
       return;
-    case 1:
+    case kHighColour:
       colour_ = (colour_ & 0xFFFF) | payload << 16;
       return;
-    case 4:
+    case kPatternRow:
       return PatternRow(payload);
     default:
       return Count(Fault::kUnknownWord);
@@ -115,10 +134,10 @@ void PictureReceiver::Address(uint32_t value) {
 }
 
 void PictureReceiver::Command(uint32_t value) {
-  if (value == 0x277) return FillRun();
-  if (value >> 11 == 1) {
+  if (value == kFillRun) return FillRun();
+  if (value >> 11 == kLineSkip) {
     (addressIsSource_ ? sourceSkip_ : targetSkip_) = value & 0x7FF;
-  } else if (value >> 8 == 6) {
+  } else if (value >> 8 == kBlockCopy) {
     const uint32_t lines = value >> 4 & 15;
     const uint32_t units = value & 15;
     BlockCopy(lines == 0 ? 16 : lines, units == 0 ? 16 : units);
@@ -190,12 +209,12 @@ PictureReceiver::Plane PictureReceiver::PlaneOf(bool second) const {
     return {registers_.Register16(Controller::kSecondWidth),
             registers_.Register16(Controller::kSecondHeight),
             registers_.Register(Controller::kSecondStart) * kSecondStartUnit,
-            (registers_.Register(Controller::kSecondMode) & 0x02) != 0, true};
+            (registers_.Register(Controller::kSecondMode) & Controller::kYCbCr) != 0, true};
   }
   return {registers_.Register16(Controller::kMainWidth),
           registers_.Register16(Controller::kMainHeight), 0,
-          (registers_.Register(Controller::kMainMode) & 0x02) != 0,
-          (registers_.Register(Controller::kMainDepth) & 0x08) != 0};
+          (registers_.Register(Controller::kMainMode) & Controller::kYCbCr) != 0,
+          (registers_.Register(Controller::kMainDepth) & Controller::kSixteenBit) != 0};
 }
 
 uint32_t PictureReceiver::Pixel(bool second, uint32_t x, uint32_t y) const {
@@ -209,21 +228,22 @@ std::vector<uint8_t> PictureReceiver::Snapshot(bool second) const {
   const uint32_t width = std::min(plane.width, 1600U);
   const uint32_t height = std::min(plane.height, 1200U);
   const uint32_t rowBytes = (3 * width + 3) / 4 * 4;
-  std::vector<uint8_t> file(54 + rowBytes * height);
+  constexpr uint32_t kHeader = 54;
+  std::vector<uint8_t> file(kHeader + rowBytes * height);
   const auto put = [&](size_t offset, uint32_t value) {
     for (size_t i = 0; i < 4; ++i) file[offset + i] = static_cast<uint8_t>(value >> 8 * i);
   };
   file[0] = 'B';
   file[1] = 'M';
   put(2, static_cast<uint32_t>(file.size()));
-  put(10, 54);
-  put(14, 40);
+  put(10, kHeader);
+  put(14, 40);  // size of the rest of the header
   put(18, width);
   put(22, height);
   put(26, 1 | 24 << 16);  // planes, bits per pixel
   put(34, rowBytes * height);
   for (uint32_t y = 0; y < height; ++y) {
-    uint8_t* bytes = file.data() + 54 + size_t{height - 1 - y} * rowBytes;
+    uint8_t* bytes = file.data() + kHeader + size_t{height - 1 - y} * rowBytes;
     for (uint32_t x = 0; x < width; ++x) {
       uint32_t cell = Pixel(second, x, y);
       if (plane.yCbCr) cell = ToRgb(cell);

@@ -57,6 +57,7 @@ class PictureReceiver final : public PictureDevice {
   Plane PlaneOf(bool second) const;
 
   void Word(uint32_t bits, uint32_t value);
+  void Start(uint32_t value);
   void Colour(uint32_t value);
   void Address(uint32_t value);
   void Command(uint32_t value);

@@ -14,6 +14,7 @@ class RegisterFile : public I2cSlave {
  public:
   using I2cSlave::I2cSlave;
 
+  // Behind the bus's back.
   uint8_t Register(uint8_t address) const { return registers_[address]; }
   void SetRegister(uint8_t address, uint8_t value) { registers_[address] = value; }
   // Two registers, the low byte in the first.

@@ -2,14 +2,11 @@
 
 #include <algorithm>
 
-#include "sim/config/options.h"
-
 namespace brisk::sim {
 
-TimingController::TimingController(const Options& options, I2cWires& wires, Faults& faults)
+TimingController::TimingController(I2cWires& wires, Faults& faults)
     : RegisterFile("controller", kAddress, wires, faults) {
-  SetRegister(kMainDepth, 0x08);
-  SetFrame(options.frameWidth, options.frameHeight);
+  SetRegister(kMainDepth, kSixteenBit);
 }
 
 void TimingController::SetFrame(unsigned width, unsigned height) {

@@ -2,7 +2,7 @@
 
 #include <cinttypes>
 
-#include "sim/pc/virtual_clock.h"
+#include "sim/common/virtual_clock.h"
 
 namespace brisk::sim {
 namespace {

@@ -2,9 +2,9 @@
 
 #include <array>
 #include <cstdint>
-#include <cstdio>
-#include <memory>
 #include <string>
+
+#include "sim/common/file_handle.h"
 
 namespace brisk::sim {
 
@@ -27,7 +27,7 @@ class Trace {
   ~Trace() { Close(); }
 
   bool Open(const std::string& path);  // false when the file cannot be created
-  void Close();
+  void Close();                        // the last levels last for another 10 us
   bool enabled() const { return file_ != nullptr; }
   void Set(Signal signal, bool level) {
     if (levels_[signal] == level) return;
@@ -36,14 +36,10 @@ class Trace {
   }
 
  private:
-  struct CloseFile {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-  };
-
   void Record(Signal signal, bool level);
 
   VirtualClock& clock_;
-  std::unique_ptr<std::FILE, CloseFile> file_;
+  FileHandle file_;
   uint64_t start_ = 0;
   uint64_t last_ = 0;
   // As the lines are with nothing connected.

@@ -63,7 +63,8 @@ class SpiWires {
   SpiWires(const SpiWires&) = delete;
   SpiWires& operator=(const SpiWires&) = delete;
 
-  void SetDevice(SpiDevice* device) { device_ = device; }
+  void SetDevice(SpiDevice* device) { device_ = device; }  // null = none
+  // All three change at the same instant.
   void Drive(bool cs, bool sck, bool mosi);
   bool miso() const { return miso_; }
 
@@ -83,13 +84,14 @@ class PictureDevice {
   virtual void LinesChanged(bool one, bool zero) = 0;
 };
 
+// Driven by one adapter, as SPI is; nothing comes back.
 class PictureWires {
  public:
   explicit PictureWires(Trace& trace) : trace_(trace) {}
   PictureWires(const PictureWires&) = delete;
   PictureWires& operator=(const PictureWires&) = delete;
 
-  void SetDevice(PictureDevice* device) { device_ = device; }
+  void SetDevice(PictureDevice* device) { device_ = device; }  // null = none
   void Drive(bool one, bool zero);
 
  private:

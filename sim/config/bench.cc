@@ -1,5 +1,8 @@
 #include "sim/config/bench.h"
 
+#include "platform/common/parts.h"
+#include "sim/config/adapter_kinds.h"
+
 namespace brisk::sim {
 
 Bench::Bench(Private, const Options& options)
@@ -13,9 +16,21 @@ Bench::Bench(Private, const Options& options)
       debugStream_(options.debugToStderr),
       system_(options.nt),
       files_(faults_),
-      platform_{ports_,     clock_,        scheduler_, debugStream_, sharedMemory_,
-                libraries_, serialPorts_,  services_,  devices_,     deviceInterfaces_,
-                resources_, messageQueue_, system_,    files_} {}
+      platform_{.ports = ports_,
+                .clock = clock_,
+                .scheduler = scheduler_,
+                .debugStream = debugStream_,
+                .sharedMemory = sharedMemory_,
+                .libraries = libraries_,
+                .serialPorts = serialPorts_,
+                .services = services_,
+                .devices = devices_,
+                .deviceInterfaces = deviceInterfaces_,
+                .resources = resources_,
+                .messageQueue = messageQueue_,
+                .system = system_,
+                .files = files_,
+                .threads = os::TheThreads()} {}
 
 Bench::~Bench() = default;
 
@@ -25,8 +40,10 @@ std::unique_ptr<Bench> Bench::Make(const Options& options, std::string* whyNot) 
   return bench;
 }
 
+// Files first: an adapter finds the board as it will stay. Faults last, so that none strikes before
+// everything stands.
 bool Bench::Connect(std::string* whyNot) {
-  *whyNot = board_.AttachFiles(options_);
+  *whyNot = board_.AttachFiles();
   if (!whyNot->empty()) return false;
   for (const std::string& name : options_.adapters) {
     for (const AdapterKind& kind : AdapterKinds()) {
@@ -70,6 +87,7 @@ void Bench::ClearFaults() {
   HoldStuckLines();
 }
 
+// A driver of its own, beside those of adapters and devices.
 void Bench::HoldStuckLines() {
   const std::lock_guard lock(board_.mutex());
   board_.i2c().Drive(stuck_, !faults_.Active(FaultKind::kSclLow),

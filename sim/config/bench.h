@@ -7,14 +7,14 @@
 #include <vector>
 
 #include "platform/platform.h"
+#include "sim/adapters/adapter.h"
 #include "sim/board/board.h"
 #include "sim/board/trace.h"
-#include "sim/config/adapter.h"
-#include "sim/config/faults.h"
+#include "sim/common/faults.h"
+#include "sim/common/virtual_clock.h"
 #include "sim/config/options.h"
 #include "sim/pc/connectors.h"
 #include "sim/pc/operating_system.h"
-#include "sim/pc/virtual_clock.h"
 
 namespace brisk::sim {
 
@@ -31,9 +31,11 @@ class Bench {
   Bench& operator=(const Bench&) = delete;
   ~Bench();
 
+  // As the library sees it. Threads, locks and plain files are the host's.
   Platform& platform() { return platform_; }
   Board& board() { return board_; }
   VirtualClock& clock() { return clock_; }
+  Site site() { return {board_, clock_, faults_}; }  // where its adapters stand
   Trace& trace() { return trace_; }
   const Options& options() const { return options_; }
   Adapter* adapter(std::string_view name);  // null when it is not connected
@@ -61,6 +63,7 @@ class Bench {
 
  private:
   bool Connect(std::string* whyNot);
+  // Pulls low what a fault says is stuck, and lets go of the rest.
   void HoldStuckLines();
 
   const Options options_;

@@ -1,11 +1,13 @@
+// Every key has a row in the table below, with its help and a function that takes its value: empty
+// when it is good, else what is wrong with it, in the words that the user sees.
 #include "sim/config/options.h"
 
 #include <charconv>
 #include <iterator>
 
 #include "sim/board/nor_flash.h"
-#include "sim/config/adapter.h"
-#include "sim/config/names.h"
+#include "sim/common/names.h"
+#include "sim/config/adapter_kinds.h"
 
 namespace brisk::sim {
 namespace {
@@ -79,13 +81,9 @@ std::string SetChipErase(std::string_view value, Options* options) {
   return NotANumber("chip-erase-ms", value, "a number of milliseconds from 1");
 }
 
-std::string SetImage(std::string_view value, Options* options) {
-  options->image = value;
-  return "";
-}
-
-std::string SetMemory(std::string_view value, Options* options) {
-  options->memory = value;
+template <auto kMember>
+std::string SetText(std::string_view value, Options* options) {
+  options->*kMember = value;
   return "";
 }
 
@@ -111,25 +109,8 @@ std::string SetTenBit(std::string_view value, Options* options) {
   return NotANumber("ten-bit", value, "an address from 0 to 0x3FF, or none,");
 }
 
-std::string SetTrace(std::string_view value, Options* options) {
-  options->trace = value;
-  return "";
-}
-
-std::string SetClock(std::string_view value, Options* options) {
-  return ParseChoice("clock", value, "virtual", "real", &options->realClock);
-}
-
 std::string SetSeed(std::string_view value, Options* options) {
   return ParseNumber(value, &options->seed) ? "" : NotANumber("seed", value, "a number");
-}
-
-std::string SetSystem(std::string_view value, Options* options) {
-  return ParseChoice("system", value, "9x", "nt", &options->nt);
-}
-
-std::string SetDebug(std::string_view value, Options* options) {
-  return ParseChoice("debug", value, "none", "stderr", &options->debugToStderr);
 }
 
 std::string SetFault(std::string_view value, Options* options) {
@@ -153,15 +134,25 @@ constexpr Key kKeys[] = {
     {"adapter", "NAME[+NAME]: what connects the board", SetAdapter},
     {"flash", "CHIP: the board's flash, or none", SetFlash},
     {"chip-erase-ms", "N: how long a chip erase takes", SetChipErase},
-    {"image", "FILE: keeps the flash contents between runs", SetImage},
-    {"memory", "FILE: keeps the controller's registers and frame memory between runs", SetMemory},
+    {"image", "FILE: keeps the flash contents between runs", SetText<&Options::image>},
+    {"memory", "FILE: keeps the controller's registers and frame memory between runs",
+     SetText<&Options::memory>},
     {"frame", "WxH: size of the display frame", SetFrame},
     {"ten-bit", "ADDRESS: adds an I2C device with a 10-bit address", SetTenBit},
-    {"trace", "FILE: every line's changes as a VCD file", SetTrace},
-    {"clock", "virtual | real", SetClock},
+    {"trace", "FILE: every line's changes as a VCD file", SetText<&Options::trace>},
+    {"clock", "virtual | real",
+     [](std::string_view value, Options* options) {
+       return ParseChoice("clock", value, "virtual", "real", &options->realClock);
+     }},
     {"seed", "N: of everything drawn at random", SetSeed},
-    {"system", "nt | 9x: family of the operating system", SetSystem},
-    {"debug", "none | stderr: where debug lines go besides the bench's record", SetDebug},
+    {"system", "nt | 9x: family of the operating system",
+     [](std::string_view value, Options* options) {
+       return ParseChoice("system", value, "9x", "nt", &options->nt);
+     }},
+    {"debug", "none | stderr: where debug lines go besides the bench's record",
+     [](std::string_view value, Options* options) {
+       return ParseChoice("debug", value, "none", "stderr", &options->debugToStderr);
+     }},
     {"fault", "KIND[:ARGUMENT][@N][%P][+...]: what goes wrong", SetFault},
 };
 
@@ -182,21 +173,17 @@ std::string SetOption(const std::string& option, Options* options) {
 
 }  // namespace
 
-Options::Options() : flash(&FlashChips()[1]) {}
-
 std::string ParseOptions(std::string_view text, Options* options) {
   *options = Options();
   std::string option;
   for (size_t i = 0; i <= text.size(); ++i) {
-    if (i < text.size() && text[i] == ',' && i + 1 < text.size() && text[i + 1] == ',') {
+    if (i < text.size() && text[i] != ',') {
+      option += text[i];
+    } else if (text.substr(i).starts_with(",,")) {
       option += ',';
       ++i;
-    } else if (i < text.size() && text[i] != ',') {
-      option += text[i];
-    } else {
-      if (!option.empty()) {
-        if (std::string wrong = SetOption(option, options); !wrong.empty()) return wrong;
-      }
+    } else if (!option.empty()) {
+      if (std::string wrong = SetOption(option, options); !wrong.empty()) return wrong;
       option.clear();
     }
   }

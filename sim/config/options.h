@@ -5,32 +5,23 @@
 #include <string_view>
 #include <vector>
 
-#include "sim/config/faults.h"
+#include "sim/board/board.h"
+#include "sim/common/faults.h"
 
 namespace brisk::sim {
 
-struct FlashChip;
-
 // What a bench is made of, as text: "key=value" separated by commas. A doubled comma stands for one
-// in a value. A key that is given twice counts with its last value.
-struct Options {
+// in a value. A key that is given twice counts with its last value. Numbers are decimal, or,
+// but for those of faults, hexadecimal behind "0x". An unknown name is an error that lists the
+// known ones and guesses which was meant; nothing unknown is ignored.
+struct Options : BoardOptions {
   std::vector<std::string> adapters{"lpt"};
-  const FlashChip* flash = nullptr;  // null = no flash on the board
-  uint32_t chipEraseMs = 0;          // 0 = the chip's own
-  std::string image;
-  std::string memory;
-  bool frameGiven = false;
-  unsigned frameWidth = 1024;
-  unsigned frameHeight = 768;
-  int tenBitAddress = -1;  // of the 10-bit I2C device; -1 = none
-  std::string trace;
+  std::string trace;  // file for the lines' changes; empty = none
   bool realClock = false;
   uint32_t seed = 1;
-  bool nt = true;
+  bool nt = true;  // the operating system is of the NT family
   bool debugToStderr = false;
   std::vector<Fault> faults;
-
-  Options();
 };
 
 // Empty when done, else what is wrong with the text and what is known instead.

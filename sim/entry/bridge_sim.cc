@@ -1,35 +1,64 @@
 // A simulated bridge with its board behind a pseudo-terminal. It prints the terminal's path, which
 // stands for the serial port: link /dev/COM9 (or, under Wine, dosdevices/com9) to it and connect to
 // port 9.
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <memory>
 #include <poll.h>
 #include <string>
-#include <string_view>
 #include <termios.h>
 #include <unistd.h>
+#include <vector>
 
 #include "sim/adapters/bridges/serial_line.h"
+#include "sim/adapters/text_bridge/text_firmware.h"
+#include "sim/adapters/uart_bridge/uart_firmware.h"
 #include "sim/board/timing_controller.h"
 #include "sim/config/bench.h"
 
 namespace brisk::sim {
 namespace {
 
-constexpr char kUsage[] =
-    "usage: brisk_bridge_sim [--text] [--rate N] [--pause N] [--registers] [OPTIONS]\n"
-    "  --text       the text bridge; without it the UART bridge\n"
-    "  --rate N     the line's speed in bits per second; without it bytes take no time\n"
-    "  --pause N    milliseconds between the characters that the text bridge sends until it is\n"
-    "               told to stop; 5. A PC that is kept waiting for longer gets one too many.\n"
-    "  --registers  end at the end of standard input and print the controller's 256 registers\n"
-    "  OPTIONS      of the bench, as in ten-bit=0x2A5,fault=line-delay:5%10:\n";
+constexpr int kUsageError = 2;
 
+struct Arguments {
+  bool text = false;
+  bool registers = false;
+  uint32_t rate = 0;
+  uint32_t pauseMs = 5;
+  std::vector<std::string> bench;
+};
+
+// False when the program is to end, with `exitCode`: it has told what is wrong, or its help.
+bool ParseArguments(int count, char** given, Arguments* arguments, int* exitCode) {
+  CLI::App app("A simulated serial bridge behind a pseudo-terminal, whose path it prints");
+  app.name("brisk_bridge_sim");
+  app.add_flag("--text", arguments->text, "The text bridge; without it the UART bridge");
+  app.add_option("--rate", arguments->rate,
+                 "The line's speed in bits per second; without it bytes take no time");
+  app.add_option("--pause", arguments->pauseMs,
+                 "Milliseconds between the characters that the text bridge sends until it is told "
+                 "to stop; a PC that is kept waiting for longer gets one too many")
+      ->capture_default_str();
+  app.add_flag("--registers", arguments->registers,
+               "End at the end of standard input and print the controller's 256 registers");
+  app.add_option("OPTIONS", arguments->bench,
+                 "Of the bench, as in ten-bit=0x2A5,fault=line-delay:5%10");
+  app.footer("Options of the bench:\n" + OptionsHelp());
+  try {
+    app.parse(count, given);
+    return true;
+  } catch (const CLI::ParseError& error) {
+    *exitCode = app.exit(error) == 0 ? 0 : kUsageError;
+    return false;
+  }
+}
+
+// The PC's end is the terminal's path; this program has the other one.
 class Terminal {
  public:
   Terminal() : descriptor_(posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK)) {}
@@ -56,6 +85,7 @@ class Terminal {
   const int descriptor_;
 };
 
+// -1 = until something comes. At most a second, so that a clock that is moved does no harm.
 int MillisecondsUntilWork(const SerialLine& line, const VirtualClock& clock) {
   const auto wake = line.WakeAt();
   if (!wake) return -1;
@@ -106,47 +136,36 @@ void PrintRegisters(Bench& bench) {
   std::printf("\n");
 }
 
-int Main(int count, char** arguments) {
+// Null when the options are wrong, which standard error is told. The bridge is no adapter of the
+// bench: it moves the board on its own.
+std::unique_ptr<Bench> MakeBench(const Arguments& arguments) {
   std::string text = "clock=real,adapter=none";
-  FirmwareMaker firmware = MakeUartFirmware;
-  uint32_t rate = 0;
-  uint32_t pauseMs = 5;
-  bool registers = false;
-  for (int i = 1; i < count; ++i) {
-    const std::string_view argument = arguments[i];
-    if (argument == "--text") {
-      firmware = MakeTextFirmware;
-    } else if (argument == "--registers") {
-      registers = true;
-    } else if ((argument == "--rate" || argument == "--pause") && i + 1 < count) {
-      uint32_t& number = argument == "--rate" ? rate : pauseMs;
-      number = static_cast<uint32_t>(std::strtoul(arguments[++i], nullptr, 10));
-    } else if (argument.starts_with("-")) {
-      std::fprintf(stderr, "%s%s", kUsage, OptionsHelp().c_str());
-      return 2;
-    } else {
-      text += "," + std::string(argument);
-    }
-  }
+  for (const std::string& option : arguments.bench) text += "," + option;
   Options options;
   std::string wrong = ParseOptions(text, &options);
-  const std::unique_ptr<Bench> made = wrong.empty() ? Bench::Make(options, &wrong) : nullptr;
-  if (made == nullptr) {
-    std::fprintf(stderr, "brisk_bridge_sim: %s\n", wrong.c_str());
-    return 2;
-  }
+  std::unique_ptr<Bench> bench = wrong.empty() ? Bench::Make(options, &wrong) : nullptr;
+  if (bench == nullptr) std::fprintf(stderr, "brisk_bridge_sim: %s\n", wrong.c_str());
+  return bench;
+}
+
+int Main(int count, char** given) {
+  Arguments arguments;
+  int exitCode = 0;
+  if (!ParseArguments(count, given, &arguments, &exitCode)) return exitCode;
+  const std::unique_ptr<Bench> bench = MakeBench(arguments);
+  if (bench == nullptr) return kUsageError;
   Terminal terminal;
   if (!terminal.Prepare()) {
     std::fprintf(stderr, "brisk_bridge_sim: no pseudo-terminal: %s\n", std::strerror(errno));
     return 1;
   }
-  SerialLine line(firmware, made->board(), made->clock(), made->faults());
-  line.SetRate(rate);
-  line.SetLeastPause(uint64_t{pauseMs} * 1'000'000);
+  SerialLine line(arguments.text ? MakeTextFirmware : MakeUartFirmware, bench->site());
+  line.SetRate(arguments.rate);
+  line.SetLeastPause(uint64_t{arguments.pauseMs} * 1'000'000);
   std::printf("%s\n", terminal.Path());
   std::fflush(stdout);
-  if (!Serve(terminal, line, made->clock(), registers)) return 1;
-  PrintRegisters(*made);
+  if (!Serve(terminal, line, bench->clock(), arguments.registers)) return 1;
+  PrintRegisters(*bench);
   return 0;
 }
 

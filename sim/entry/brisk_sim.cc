@@ -26,6 +26,7 @@ std::string Configure(const char* text) {
   return wrong;
 }
 
+// Empty when done, else what is wrong.
 std::string SaveSnapshot(const char* path, uint32_t plane) {
   if (path == nullptr) return "no file is given";
   if (plane > 1) return "plane " + std::to_string(plane) + " is given: there are 0 and 1";
@@ -39,6 +40,7 @@ std::string SaveSnapshot(const char* path, uint32_t plane) {
   return saved ? "" : "'" + std::string(path) + "' cannot be written: " + std::strerror(errno);
 }
 
+// Cut where there is no room for all of it; always terminated.
 void Store(const std::string& text, char* message, uint32_t size) {
   if (message == nullptr || size == 0) return;
   const size_t length = std::min<size_t>(text.size(), size - 1);

@@ -1,6 +1,6 @@
 // The FX2 board behind the functions of libusb 1.0, on a bench of its own: the real Linux library
-// finds it by loading this one in libusb's place. Structures as libusb's documentation lays them
-// out. Waiting is real time; the board's own work is the bench's.
+// finds it by loading this one in libusb's place. Waiting is real time; the board's own work is the
+// bench's.
 #include <algorithm>
 #include <chrono>
 #include <cstddef>
@@ -8,215 +8,159 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
-#include <sys/time.h>
-#include <sys/types.h>
+#include <span>
 #include <thread>
 #include <vector>
 
+#include "contracts/libusb.h"
 #include "sim/adapters/tcon_board/fx2_adapter.h"
-#include "sim/adapters/tcon_board/fx2_descriptors.h"
-#include "sim/entry/stand_in.h"
+#include "sim/adapters/vendor_function.h"
 
-using brisk::sim::Fx2Board;
-using brisk::sim::UsbAnswer;
-using brisk::sim::UsbSetup;
-using std::chrono::steady_clock;
-
-struct libusb_context {
-  int unused;
-};
-struct libusb_device {
+struct brisk::libusb::Context {};
+struct brisk::libusb::Device {
   int references;
 };
-struct libusb_device_handle {
+struct brisk::libusb::Handle {
   bool claimed;
-};
-
-struct libusb_iso_packet_descriptor {
-  unsigned int length;
-  unsigned int actual_length;
-  int status;
-};
-
-struct libusb_transfer {
-  libusb_device_handle* dev_handle;
-  uint8_t flags;
-  unsigned char endpoint;
-  unsigned char type;
-  unsigned int timeout;
-  int status;
-  int length;
-  int actual_length;
-  void (*callback)(libusb_transfer*);
-  void* user_data;
-  unsigned char* buffer;
-  int num_iso_packets;
-  libusb_iso_packet_descriptor iso_packet_desc[1];
 };
 
 namespace {
 
-enum { kCompleted, kError, kTimedOut, kCancelled, kStall, kNoDevice };
+using namespace brisk::libusb;
+using brisk::sim::Fx2Board;
+using brisk::sim::UsbAnswer;
+using brisk::sim::UsbResult;
+using brisk::sim::UsbSetup;
+using std::chrono::steady_clock;
+
 enum { kSuccess = 0, kErrorIo = -1, kErrorNoDevice = -4, kErrorNotFound = -5, kErrorBusy = -6 };
-enum { kTypeControl, kTypeIsochronous, kTypeBulk, kTypeInterrupt };
-constexpr int kSpeedHigh = 3;
-constexpr size_t kSetupSize = 8;
 
 struct Pending {
-  libusb_transfer* transfer;
+  Transfer* transfer;
   bool done;  // its status is set and its callback due
   steady_clock::time_point deadline;
 };
 
+// Submitted and not yet handed back. Not locked: transfers come one at a time.
 std::vector<Pending> pending;
-libusb_device onlyDevice;
+Device onlyDevice;
 
 Fx2Board* Board() {
-  brisk::sim::UseStandInBench("tcon-usb");
-  auto* adapter = brisk::sim::bench().adapter("tcon-usb");
-  return adapter == nullptr ? nullptr : &static_cast<brisk::sim::Fx2Adapter*>(adapter)->board();
+  const auto adapter = brisk::sim::Plugged<brisk::sim::Fx2Adapter>::Last();
+  return adapter == nullptr ? nullptr : &adapter->board();
 }
 
-UsbAnswer RunControl(Fx2Board& board, libusb_transfer& transfer) {
-  const unsigned char* s = transfer.buffer;
-  const auto word = [&](size_t at) { return static_cast<uint16_t>(s[at] | s[at + 1] << 8); };
-  const UsbSetup setup{s[0], s[1], word(2), word(4), word(6)};
-  if (static_cast<size_t>(transfer.length) < kSetupSize + setup.length) return UsbAnswer::kStall;
-  unsigned char* stage = transfer.buffer + kSetupSize;
-  std::vector<uint8_t> data;
-  if (!setup.in()) data.assign(stage, stage + setup.length);
-  const UsbAnswer answer = board.Control(setup, &data);
-  if (answer != UsbAnswer::kDone) return answer;
-  if (setup.in()) std::copy(data.begin(), data.end(), stage);
-  transfer.actual_length = static_cast<int>(data.size());
-  return answer;
-}
-
-UsbAnswer RunData(Fx2Board& board, libusb_transfer& transfer) {
-  const auto length = static_cast<size_t>(transfer.length);
-  if (!transfer.dev_handle->claimed) return UsbAnswer::kStall;
-  std::vector<uint8_t> bytes;
-  if ((transfer.endpoint & 0x80) == 0) {
-    bytes.assign(transfer.buffer, transfer.buffer + length);
-    const UsbAnswer answer = board.Write(transfer.endpoint, bytes);
-    if (answer == UsbAnswer::kDone) transfer.actual_length = transfer.length;
-    return answer;
+// The buffer of a control transfer begins with its setup packet.
+UsbResult Run(Fx2Board& board, const Transfer& transfer) {
+  const std::span buffer(transfer.buffer, static_cast<size_t>(transfer.length));
+  if (transfer.type != kControl) {
+    if (!transfer.handle->claimed) return {UsbAnswer::kStall};
+    return board.Transfer(transfer.endpoint, buffer);
   }
-  const UsbAnswer answer = board.Read(transfer.endpoint, length, &bytes);
-  std::copy(bytes.begin(), bytes.end(), transfer.buffer);
-  transfer.actual_length = static_cast<int>(bytes.size());
-  return answer;
+  UsbSetup setup;
+  std::memcpy(&setup, buffer.data(), sizeof setup);
+  if (buffer.size() < sizeof setup + setup.length) return {UsbAnswer::kStall};
+  return board.Control(setup, buffer.subspan(sizeof setup, setup.length));
 }
 
 // Isochronous packets report each their own length; the whole stays 0.
-void SharePackets(libusb_transfer& transfer) {
-  auto rest = static_cast<unsigned>(transfer.actual_length);
-  for (int i = 0; i < transfer.num_iso_packets; ++i) {
-    libusb_iso_packet_descriptor& packet = transfer.iso_packet_desc[i];
-    packet.actual_length = std::min(rest, packet.length);
+void SharePackets(Transfer& transfer) {
+  auto rest = static_cast<unsigned>(transfer.actualLength);
+  for (int i = 0; i < transfer.isoPackets; ++i) {
+    IsoPacket& packet = transfer.iso[i];
+    packet.actualLength = std::min(rest, packet.length);
     packet.status = kCompleted;
-    rest -= packet.actual_length;
+    rest -= packet.actualLength;
   }
-  transfer.actual_length = 0;
-}
-
-void Complete(libusb_transfer* transfer) {
-  const auto found = std::find_if(pending.begin(), pending.end(),
-                                  [&](const Pending& each) { return each.transfer == transfer; });
-  if (found == pending.end()) return;
-  pending.erase(found);
-  transfer->callback(transfer);
+  transfer.actualLength = 0;
 }
 
 }  // namespace
 
-BRISK_STAND_IN int libusb_init(libusb_context** context) {
+BRISK_VENDOR_FUNCTION int libusb_init(Context** context) {
   if (Board() == nullptr) return kErrorIo;
-  *context = new libusb_context{};
+  *context = new Context{};
   return kSuccess;
 }
 
-BRISK_STAND_IN void libusb_exit(libusb_context* context) { delete context; }
+BRISK_VENDOR_FUNCTION void libusb_exit(Context* context) { delete context; }
 
-BRISK_STAND_IN ssize_t libusb_get_device_list(libusb_context* /*context*/, libusb_device*** list) {
+BRISK_VENDOR_FUNCTION ssize_t libusb_get_device_list(Context* /*context*/, Device*** list) {
   const bool present = Board()->Present();
-  *list = new libusb_device* [2] { present ? &onlyDevice : nullptr, nullptr };
+  *list = new Device* [2] { present ? &onlyDevice : nullptr, nullptr };
   if (present) ++onlyDevice.references;
   return present ? 1 : 0;
 }
 
-BRISK_STAND_IN void libusb_free_device_list(libusb_device** list, int unreference) {
+BRISK_VENDOR_FUNCTION void libusb_free_device_list(Device** list, int unreference) {
   if (unreference != 0 && list[0] != nullptr) --list[0]->references;
   delete[] list;
 }
 
-BRISK_STAND_IN int libusb_get_device_descriptor(libusb_device* /*device*/, void* descriptor) {
-  const std::vector<uint8_t> bytes = brisk::sim::Fx2DeviceDescriptor();
+BRISK_VENDOR_FUNCTION int libusb_get_device_descriptor(Device* /*device*/,
+                                                       DeviceDescriptor* descriptor) {
+  const std::vector<uint8_t> bytes = brisk::sim::Fx2Descriptor(0x0100);
   std::memcpy(descriptor, bytes.data(), bytes.size());
   return kSuccess;
 }
 
-BRISK_STAND_IN uint8_t libusb_get_bus_number(libusb_device* /*device*/) { return 1; }
-BRISK_STAND_IN uint8_t libusb_get_device_address(libusb_device* /*device*/) { return 7; }
-BRISK_STAND_IN int libusb_get_device_speed(libusb_device* /*device*/) { return kSpeedHigh; }
+BRISK_VENDOR_FUNCTION uint8_t libusb_get_bus_number(Device* /*device*/) { return 1; }
+BRISK_VENDOR_FUNCTION uint8_t libusb_get_device_address(Device* /*device*/) { return 7; }
+BRISK_VENDOR_FUNCTION int libusb_get_device_speed(Device* /*device*/) { return kSpeedHigh; }
 
-BRISK_STAND_IN int libusb_open(libusb_device* device, libusb_device_handle** handle) {
+BRISK_VENDOR_FUNCTION int libusb_open(Device* device, Handle** handle) {
   if (!Board()->Present()) return kErrorNoDevice;
   ++device->references;
-  *handle = new libusb_device_handle{false};
+  *handle = new Handle{false};
   return kSuccess;
 }
 
-BRISK_STAND_IN void libusb_close(libusb_device_handle* handle) {
+BRISK_VENDOR_FUNCTION void libusb_close(Handle* handle) {
   --onlyDevice.references;
   delete handle;
 }
 
-BRISK_STAND_IN int libusb_reset_device(libusb_device_handle* /*handle*/) {
+BRISK_VENDOR_FUNCTION int libusb_reset_device(Handle* /*handle*/) {
   Board()->ResetPort();
   return kSuccess;
 }
 
-BRISK_STAND_IN int libusb_set_auto_detach_kernel_driver(libusb_device_handle* /*handle*/,
-                                                        int /*enable*/) {
+BRISK_VENDOR_FUNCTION int libusb_set_auto_detach_kernel_driver(Handle* /*handle*/, int /*enable*/) {
   return kSuccess;
 }
 
-BRISK_STAND_IN int libusb_claim_interface(libusb_device_handle* handle, int number) {
+BRISK_VENDOR_FUNCTION int libusb_claim_interface(Handle* handle, int number) {
   if (number != 0) return kErrorNotFound;
   if (handle->claimed) return kErrorBusy;
   handle->claimed = true;
   return kSuccess;
 }
 
-BRISK_STAND_IN int libusb_release_interface(libusb_device_handle* handle, int /*number*/) {
+BRISK_VENDOR_FUNCTION int libusb_release_interface(Handle* handle, int /*number*/) {
   handle->claimed = false;
   return kSuccess;
 }
 
-BRISK_STAND_IN libusb_transfer* libusb_alloc_transfer(int isoPackets) {
-  const size_t size = sizeof(libusb_transfer) +
-                      static_cast<size_t>(isoPackets) * sizeof(libusb_iso_packet_descriptor);
-  return static_cast<libusb_transfer*>(std::calloc(1, size));
+BRISK_VENDOR_FUNCTION Transfer* libusb_alloc_transfer(int isoPackets) {
+  const size_t size = sizeof(Transfer) + static_cast<size_t>(isoPackets) * sizeof(IsoPacket);
+  return static_cast<Transfer*>(std::calloc(1, size));
 }
 
-BRISK_STAND_IN void libusb_free_transfer(libusb_transfer* transfer) { std::free(transfer); }
+BRISK_VENDOR_FUNCTION void libusb_free_transfer(Transfer* transfer) { std::free(transfer); }
 
-BRISK_STAND_IN int libusb_submit_transfer(libusb_transfer* transfer) {
-  Fx2Board& board = *Board();
-  transfer->actual_length = 0;
-  const UsbAnswer answer =
-      transfer->type == kTypeControl ? RunControl(board, *transfer) : RunData(board, *transfer);
-  if (answer == UsbAnswer::kGone) return kErrorNoDevice;
-  transfer->status = answer == UsbAnswer::kStall ? kStall : kCompleted;
-  if (transfer->type == kTypeIsochronous) SharePackets(*transfer);
-  const auto wait = transfer->timeout == 0 ? std::chrono::hours(24)
-                                           : std::chrono::milliseconds(transfer->timeout);
-  pending.push_back({transfer, answer != UsbAnswer::kSilent, steady_clock::now() + wait});
+BRISK_VENDOR_FUNCTION int libusb_submit_transfer(Transfer* transfer) {
+  const UsbResult result = Run(*Board(), *transfer);
+  if (result.answer == UsbAnswer::kGone) return kErrorNoDevice;
+  transfer->status = result.answer == UsbAnswer::kStall ? kStalled : kCompleted;
+  transfer->actualLength = static_cast<int>(result.moved);
+  if (transfer->type == kIsochronous) SharePackets(*transfer);
+  const auto wait = transfer->timeOut == 0 ? std::chrono::hours(24)
+                                           : std::chrono::milliseconds(transfer->timeOut);
+  pending.push_back({transfer, result.answer != UsbAnswer::kSilent, steady_clock::now() + wait});
   return kSuccess;
 }
 
-BRISK_STAND_IN int libusb_cancel_transfer(libusb_transfer* transfer) {
+BRISK_VENDOR_FUNCTION int libusb_cancel_transfer(Transfer* transfer) {
   for (Pending& each : pending) {
     if (each.transfer != transfer) continue;
     if (!each.done) transfer->status = kCancelled;
@@ -226,21 +170,23 @@ BRISK_STAND_IN int libusb_cancel_transfer(libusb_transfer* transfer) {
   return kErrorNotFound;
 }
 
-BRISK_STAND_IN int libusb_handle_events_timeout_completed(libusb_context* /*context*/,
-                                                          timeval* timeOut, int* completed) {
+// Hands back one transfer, or waits. A transfer is forgotten before its callback, which may submit
+// it again.
+BRISK_VENDOR_FUNCTION int libusb_handle_events_timeout_completed(Context* /*context*/,
+                                                                 timeval* timeOut, int* completed) {
   const auto now = steady_clock::now();
   auto end =
       now + std::chrono::seconds(timeOut->tv_sec) + std::chrono::microseconds(timeOut->tv_usec);
-  for (Pending& each : pending) {
-    if (!each.done && each.deadline <= now) {
-      each.transfer->status = kTimedOut;
-      each.done = true;
+  for (auto each = pending.begin(); each != pending.end(); ++each) {
+    Transfer* const transfer = each->transfer;
+    if (!each->done && each->deadline > now) {
+      end = std::min(end, each->deadline);
+      continue;
     }
-    if (each.done) {
-      Complete(each.transfer);
-      return kSuccess;
-    }
-    end = std::min(end, each.deadline);
+    if (!each->done) transfer->status = kTimedOut;
+    pending.erase(each);
+    transfer->callback(transfer);
+    return kSuccess;
   }
   if (completed == nullptr || *completed == 0) std::this_thread::sleep_until(end);
   return kSuccess;

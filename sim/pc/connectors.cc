@@ -59,7 +59,7 @@ std::unique_ptr<SerialPort> SerialSockets::Open(unsigned number, std::string* wh
   return nullptr;
 }
 
-std::unique_ptr<Device> DeviceSockets::Open(const char* path, const DeviceOpenMode& mode) {
+std::unique_ptr<OpenedDevice> DeviceSockets::Open(const char* path, const DeviceOpenMode& mode) {
   const auto found = openers_.find(path);
   return found == openers_.end() ? nullptr : found->second(mode);
 }

@@ -14,7 +14,7 @@
 #include "platform/port_io.h"
 #include "platform/serial_ports.h"
 #include "platform/services.h"
-#include "sim/pc/virtual_clock.h"
+#include "sim/common/virtual_clock.h"
 
 // The simulated PC's connectors. Adapters plug themselves in when they are made; what nothing is
 // plugged into answers as an empty PC does.
@@ -36,7 +36,8 @@ class PortBus final : public PortIo {
 
   explicit PortBus(VirtualClock& clock) : clock_(clock) {}
 
-  // False when there is a device already. The device must outlive the bus's use.
+  // The first `count` ports from `base` on. False when there is a device already. The device must
+  // outlive the bus's use.
   bool Connect(uint16_t base, uint16_t count, PortDevice& device);
 
   void Out(uint16_t port, uint8_t value) override {
@@ -69,7 +70,8 @@ class PortBus final : public PortIo {
   std::atomic<uint64_t> reads_{0};
 };
 
-// The vendor libraries that are installed.
+// The vendor libraries that are installed, by bare name ("FTD2XX"). A function is found by its
+// ordinal where it has one and one is asked for, else by name.
 class LibraryShelf final : public Libraries {
  public:
   struct Symbol {
@@ -77,16 +79,23 @@ class LibraryShelf final : public Libraries {
     uint16_t ordinal;  // 0 = none
     void* address;
   };
+  template <typename Pointer>
+  static Symbol Named(const char* name, Pointer function, uint16_t ordinal = 0) {
+    return {name, ordinal, reinterpret_cast<void*>(function)};
+  }
 
+  // In place of one of that name. A library that is loaded keeps its functions.
   void Add(const std::string& name, std::vector<Symbol> symbols);
   void Remove(const std::string& name);
+  // Null when there is no such library, and `whyNot` says so.
   std::unique_ptr<DynamicLibrary> Load(const char* name, std::string* whyNot) override;
 
  private:
   std::map<std::string, std::shared_ptr<const std::vector<Symbol>>> libraries_;
 };
 
-// The COM ports that something is plugged into.
+// The COM ports that something is plugged into. Opening fails, with the reason, where nothing is or
+// where what is there refuses.
 class SerialSockets final : public SerialPorts {
  public:
   using Opener = std::function<std::unique_ptr<SerialPort>(std::string* whyNot)>;
@@ -102,17 +111,18 @@ class SerialSockets final : public SerialPorts {
 // Devices by path. A path that nobody added does not exist.
 class DeviceSockets final : public Devices {
  public:
-  using Opener = std::function<std::unique_ptr<Device>(const DeviceOpenMode& mode)>;
+  using Opener = std::function<std::unique_ptr<OpenedDevice>(const DeviceOpenMode& mode)>;
 
   void Add(const std::string& path, Opener opener) { openers_[path] = std::move(opener); }
   void Remove(const std::string& path) { openers_.erase(path); }
-  std::unique_ptr<Device> Open(const char* path, const DeviceOpenMode& mode) override;
+  std::unique_ptr<OpenedDevice> Open(const char* path, const DeviceOpenMode& mode) override;
 
  private:
   std::map<std::string, Opener> openers_;
 };
 
-// Finding devices, and the service manager: with nothing plugged in, there are none.
+// Finding devices, and the service manager: with nothing plugged in, there are none. What is
+// plugged in must outlive the bench or be taken out again (null).
 class DeviceInterfaceSocket final : public DeviceInterfaces {
  public:
   void Connect(DeviceInterfaces* interfaces) { interfaces_ = interfaces; }

@@ -2,50 +2,33 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <filesystem>
-#include <limits>
-#include <system_error>
+#include <utility>
 
-#ifdef _WIN32
-#include <process.h>
-#else
-#include <sys/mman.h>
-#include <unistd.h>
-#endif
-
-#include "sim/config/faults.h"
+#include "platform/common/parts.h"
+#include "sim/common/faults.h"
 
 namespace brisk::sim {
 namespace {
 
-constexpr uint64_t kNoLimit = std::numeric_limits<uint64_t>::max();
-
-class HostFile final : public File {
+// A file on a disk that takes only so many bytes more.
+class FileOnFullDisk final : public File {
  public:
-  HostFile(std::FILE* file, uint64_t room) : file_(file), room_(room) {}
+  FileOnFullDisk(std::unique_ptr<File> file, uint64_t room) : file_(std::move(file)), room_(room) {}
 
-  size_t Read(void* buffer, size_t count) override {
-    return std::fread(buffer, 1, count, file_.get());
-  }
+  size_t Read(void* buffer, size_t count) override { return file_->Read(buffer, count); }
   size_t Write(const void* bytes, size_t count) override {
     const auto fits = static_cast<size_t>(std::min<uint64_t>(count, room_));
-    const size_t written = std::fwrite(bytes, 1, fits, file_.get());
+    const size_t written = file_->Write(bytes, fits);
     room_ -= written;
     complete_ = complete_ && written == count;
     return written;
   }
-  bool AtEnd() const override { return std::feof(file_.get()) != 0; }
-  bool Close() override {
-    return file_ != nullptr && std::fclose(file_.release()) == 0 && complete_;
-  }
+  bool AtEnd() const override { return file_->AtEnd(); }
+  bool Close() override { return file_->Close() && complete_; }
 
  private:
-  struct CloseFile {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-  };
-
-  std::unique_ptr<std::FILE, CloseFile> file_;
-  uint64_t room_;  // bytes that the disk still takes
+  std::unique_ptr<File> file_;
+  uint64_t room_;
   bool complete_ = true;
 };
 
@@ -92,44 +75,31 @@ bool StopRequests::TakeStopRequest() {
 
 // As on the real system, so that the bench measures what users get.
 void SystemFacts::ExpectFullUse(void* memory, size_t size) {
-#ifdef MADV_HUGEPAGE
-  constexpr uintptr_t kPage = 4096;
-  const uintptr_t before = (kPage - reinterpret_cast<uintptr_t>(memory) % kPage) % kPage;
-  if (before >= size) return;
-  madvise(static_cast<char*>(memory) + before, (size - before) / kPage * kPage, MADV_HUGEPAGE);
-#else
-  static_cast<void>(memory);
-  static_cast<void>(size);
-#endif
+  os::TheSystem().ExpectFullUse(memory, size);
 }
 
-uint32_t SystemFacts::ProcessId() {
-#ifdef _WIN32
-  return static_cast<uint32_t>(_getpid());
-#else
-  return static_cast<uint32_t>(getpid());
-#endif
-}
+uint32_t SystemFacts::ProcessId() { return os::TheSystem().ProcessId(); }
 
-std::unique_ptr<File> FaultyFiles::Open(const char* path, const char* mode) {
+std::unique_ptr<File> FaultyFiles::OpenForReading(const char* path) {
   if (faults_.Strikes(FaultKind::kOpenRefused)) return nullptr;
-  std::FILE* file = std::filesystem::is_directory(path) ? nullptr : std::fopen(path, mode);
-  if (file == nullptr) return nullptr;
-  uint64_t room = kNoLimit;
-  faults_.Number(FaultKind::kDiskFull, &room);
-  return std::make_unique<HostFile>(file, room);
+  return WithDiskFaults(os::TheFiles().OpenForReading(path));
 }
 
-std::unique_ptr<File> FaultyFiles::OpenForReading(const char* path) { return Open(path, "rb"); }
+std::unique_ptr<File> FaultyFiles::Create(const char* path) {
+  if (faults_.Strikes(FaultKind::kOpenRefused)) return nullptr;
+  return WithDiskFaults(os::TheFiles().Create(path));
+}
 
-std::unique_ptr<File> FaultyFiles::Create(const char* path) { return Open(path, "wb"); }
+std::unique_ptr<File> FaultyFiles::WithDiskFaults(std::unique_ptr<File> file) {
+  uint64_t room = 0;
+  if (file == nullptr || !faults_.Number(FaultKind::kDiskFull, &room)) return file;
+  return std::make_unique<FileOnFullDisk>(std::move(file), room);
+}
 
-bool FaultyFiles::Remove(const char* path) { return std::remove(path) == 0; }
+bool FaultyFiles::Remove(const char* path) { return os::TheFiles().Remove(path); }
 
 std::string FaultyFiles::AbsolutePath(const char* path) {
-  std::error_code failed;
-  const std::filesystem::path whole = std::filesystem::absolute(path, failed);
-  return failed ? path : whole.string();
+  return os::TheFiles().AbsolutePath(path);
 }
 
 }  // namespace brisk::sim

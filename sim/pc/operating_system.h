@@ -23,7 +23,7 @@ namespace brisk::sim {
 
 class Faults;
 
-// Records every priority that is set; they have no effect.
+// Records every priority that is set, oldest first; they have no effect on the host.
 class PriorityRecorder final : public Scheduler {
  public:
   struct Change {
@@ -45,7 +45,7 @@ class PriorityRecorder final : public Scheduler {
   int threadPriority_ = 0;
 };
 
-// Keeps the last lines, and passes them on to standard error when asked to.
+// Keeps the last lines, and passes them on to standard error when asked to. Any thread may write.
 class DebugRecorder final : public DebugStream {
  public:
   static constexpr size_t kMostLines = 10'000;
@@ -70,6 +70,7 @@ class PrivateSection final : public SharedMemory {
   SharedSection section_;
 };
 
+// Files that a program carries: none, unless somebody adds them.
 class ResourceShelf final : public Resources {
  public:
   void Add(const std::string& name, std::vector<uint8_t> bytes) { data_[name] = std::move(bytes); }
@@ -79,6 +80,7 @@ class ResourceShelf final : public Resources {
   std::map<std::string, std::vector<uint8_t>> data_;
 };
 
+// What the user has asked for at the keyboard; each request is taken once.
 class StopRequests final : public MessageQueue {
  public:
   void Post() { ++waiting_; }  // as a key-down of Escape
@@ -115,7 +117,7 @@ class FaultyFiles final : public Files {
   std::string AbsolutePath(const char* path) override;
 
  private:
-  std::unique_ptr<File> Open(const char* path, const char* mode);
+  std::unique_ptr<File> WithDiskFaults(std::unique_ptr<File> file);
 
   Faults& faults_;
 };

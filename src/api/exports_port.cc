@@ -1,39 +1,38 @@
+// Exports of port lines and port registers.
 #include "brisk/brisk.h"
 
 #include "api/call.h"
 
-using brisk::BackEnd;
-using brisk::Dispatch;
+using brisk::DeviceType;
 using brisk::Dispatched;
 using brisk::Instance;
-
-namespace {
-
-// The boards that serve SetPortVal and GetPortVal; every other device type uses the debug board.
-BackEnd& PortBoard(Instance& instance, bool write) {
-  const uint8_t type = brisk::SharedLoad(instance.shared().bDeviceType);
-  const bool own = type == BRISK_DEVICE_TCON_USB || (type == BRISK_DEVICE_FTDI && write);
-  if (!own) return instance.dispatch().For(BRISK_DEVICE_DEBUG_BOARD);
-  // Those two have locks of their own, which nobody gives back who was killed while holding one.
-  return instance.dispatch().For(instance.ThreadsKilled() ? Dispatch::kDeviceTypes : type);
-}
-
-}  // namespace
+using brisk::PortLines;
+using brisk::PortRegisters;
+using brisk::ZeroWhenDone;
+using brisk::groups::kLines;
 
 BRISK_API uint32_t BRISK_CALL Lpt_Output(uint8_t value) {
-  return Dispatched([&](BackEnd& board) { return board.Lpt_Output(value); });
+  return Dispatched(kLines, [&](PortLines& lines) { return ZeroWhenDone(lines.Output(value)); });
 }
 
 BRISK_API uint32_t BRISK_CALL Lpt_Input(uint8_t* value) {
-  return Dispatched([&](BackEnd& board) { return board.Lpt_Input(value); });
+  return Dispatched(kLines, [&](PortLines& lines, const DeviceType& type) -> uint32_t {
+    return value != nullptr ? ZeroWhenDone(lines.Input(value)) : type.inputWithoutPointer;
+  });
 }
 
+// The port registers have a dispatch of their own, and no debug lines. The result is the answer of
+// the board's library, or 1 for done where there is none.
 BRISK_API uint32_t BRISK_CALL SetPortVal(uint8_t port, uint8_t value) {
-  return brisk::Locked(
-      [&](Instance& instance) { return PortBoard(instance, true).SetPortVal(port, value); });
+  return brisk::Locked([&](Instance& instance) -> uint32_t {
+    PortRegisters* const ports = instance.WritablePorts();
+    return ports != nullptr ? ports->WritePort(port, value).code() : 0;
+  });
 }
 
 BRISK_API uint32_t BRISK_CALL GetPortVal(uint8_t port, uint8_t* value) {
-  return brisk::Locked(
-      [&](Instance& instance) { return PortBoard(instance, false).GetPortVal(port, value); });
+  return brisk::Locked([&](Instance& instance) -> uint32_t {
+    PortRegisters* const ports = instance.ReadablePorts();
+    return ports != nullptr && value != nullptr ? ports->ReadPort(port, value).code() : 0;
+  });
 }

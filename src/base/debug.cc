@@ -3,12 +3,7 @@
 #include <cstdarg>
 #include <cstdio>
 
-#include "platform/platform.h"
-
 namespace brisk {
-
-// Constant-initialised: usable by every constructor that runs when the library is loaded.
-constinit CDebug debugLog;
 
 CDebug::~CDebug() = default;
 
@@ -20,7 +15,7 @@ void CDebug::Print(int32_t level, const char* format, ...) const {
   std::vsnprintf(text, sizeof text, format, arguments);
   va_end(arguments);
   text[kMaxText] = '\0';
-  platform().debugStream.Write(text);
+  stream_.Write(text);
 }
 
 }  // namespace brisk

@@ -6,7 +6,32 @@
 #include <cstdint>
 #include <initializer_list>
 
-namespace brisk::usb {
+#include "brisk/brisk_types.h"
+
+// The USB debug board: what its closed library offers, and the packets on its two bulk pipes.
+//
+//   command packet  64 bytes, pipe 0: what to do
+//   data packet     64 bytes, pipe 0 with the command's data, or pipe 1 with the board's reply
+//   status byte     pipe 1; its value says nothing
+//
+// Every operation is one or more exchanges of these three, in this order. Both packets are zero
+// where nothing is said.
+namespace brisk::debug_board {
+
+inline constexpr char kLibraryName[] = "WinIo";
+inline constexpr char kPipe0[] = "PIPE00";
+inline constexpr char kPipe1[] = "PIPE01";
+
+// W6563_OpenDev: a handle, every bit of it set when no board answers. Handles are the system's to
+// close, or W6563_CloseHandle's where it has no such handles.
+using OpenDevFunction = void*(BRISK_CALL*)();
+// W6563_OpenPipe: null for none.
+using OpenPipeFunction = void*(BRISK_CALL*)(const char* name);
+// W6563_BulkWrite and W6563_BulkRead; `count` receives the bytes moved. The first of them fetches
+// the reply when it is given pipe 1. Bit 0 of the result says done.
+using BulkFunction = uint32_t(BRISK_CALL*)(void* pipe, void* buffer, uint32_t length,
+                                           uint32_t* count);
+using CloseHandleFunction = void(BRISK_CALL*)(void* handle);
 
 inline constexpr size_t kPacketSize = 64;
 using Packet = std::array<uint8_t, kPacketSize>;
@@ -90,4 +115,4 @@ constexpr uint8_t MirrorFromBoard(uint8_t value) {
   return mirrored;
 }
 
-}  // namespace brisk::usb
+}  // namespace brisk::debug_board

@@ -1,17 +1,16 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 
-#include "platform/device_interfaces.h"
-
-namespace brisk::usb {
+namespace brisk::tcon_board {
 
 // The contract of the timing-controller board's USB driver. A Linux system has no such driver:
 // there the platform answers these requests with libusb.
 
 // {AE18AA60-7F6A-11D4-97DD-00010229B959}, in memory order.
-inline constexpr Guid kTconInterfaceClass = {0x60, 0xAA, 0x18, 0xAE, 0x6A, 0x7F, 0xD4, 0x11,
-                                             0x97, 0xDD, 0x00, 0x01, 0x02, 0x29, 0xB9, 0x59};
+inline constexpr std::array<uint8_t, 16> kTconInterfaceClass = {
+    0x60, 0xAA, 0x18, 0xAE, 0x6A, 0x7F, 0xD4, 0x11, 0x97, 0xDD, 0x00, 0x01, 0x02, 0x29, 0xB9, 0x59};
 inline constexpr uint16_t kTconVendorId = 0x04B4;
 
 // Device-control codes.
@@ -61,4 +60,4 @@ static_assert(sizeof(TransferHeader) == kHeaderSize);
 // Isochronous transfers carry one such record per packet between header and data.
 inline constexpr uint32_t kPacketInfoSize = 8;
 
-}  // namespace brisk::usb
+}  // namespace brisk::tcon_board

@@ -4,7 +4,17 @@
 
 namespace brisk::flash {
 
-// Commands of the 25-series serial NOR flashes, with JEDEC identification.
+// The board's serial NOR flash: the command set that all 25-series chips share, with JEDEC read
+// identification. Four lines: clock SCK, chip select CS# (active low), MOSI to the flash, MISO from
+// it; SPI mode 0, most significant bit first.
+//
+// A transaction is CS# low, a command byte, a 24-bit address where the command has one, data, CS#
+// high. Erases and programs begin when CS# goes high; each needs a write enable of its own before
+// it. Erasing makes bytes 0xFF, programming only clears bits, and a program that reaches the end of
+// a 256-byte page goes on at the page's start. Reading has no such limits.
+//
+// Typical times: a page program 1 ms, a sector erase 1 s, a chip erase seconds to minutes. While
+// busy the chip answers nothing but its status.
 enum Command : uint8_t {
   kPageProgram = 0x02,         // address, then data
   kReadData = 0x03,            // address, then data for as long as chip select stays low
@@ -20,6 +30,7 @@ inline constexpr uint8_t kWriteInProgress = 0x01;
 inline constexpr uint8_t kWriteEnableLatch = 0x02;
 
 inline constexpr uint32_t kPageSize = 256;
-inline constexpr uint32_t kBusyLimit = 5000;  // milliseconds
+// Milliseconds that a wait lasts at most: less than the chip erase of a large flash takes.
+inline constexpr uint32_t kBusyLimit = 5000;
 
 }  // namespace brisk::flash

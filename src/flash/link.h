@@ -4,10 +4,16 @@
 
 namespace brisk::flash {
 
-// How a back end reaches the flash: chip select, bytes out, bytes in.
+// How an adapter reaches the flash: chip select, bytes out, bytes in. Nothing here reports a
+// failure: a byte that cannot be read is 0, which no busy flash answers.
 class Link {
  public:
   virtual ~Link() = default;
+
+  // An operation of the flash begins: the moment to connect, or to forget an earlier disconnection.
+  virtual void Begin() {}
+  virtual void Rest() {}  // the pins' state before first use, where the link has pins
+
   virtual void Select() = 0;    // chip select goes low; whatever state it was in
   virtual void Deselect() = 0;  // chip select goes high
   virtual void SendByte(uint8_t byte) = 0;

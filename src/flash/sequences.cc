@@ -1,7 +1,6 @@
 #include "flash/sequences.h"
 
 #include "flash/commands.h"
-#include "platform/platform.h"
 
 namespace brisk::flash {
 
@@ -22,13 +21,13 @@ void Sequences::WriteEnable() {
 
 // One chip select for the whole poll: the flash repeats its status byte.
 void Sequences::WaitUntilReady() {
-  const uint32_t start = platform().clock.TickCount();
+  const uint32_t start = clock_.TickCount();
   Send(kReadStatus);
   uint8_t status = 0;
   uint32_t elapsed = 0;
   do {
     status = link_.ReadStatus();
-    elapsed = platform().clock.TickCount() - start;
+    elapsed = clock_.TickCount() - start;
   } while ((status & kWriteInProgress) != 0 && elapsed <= kBusyLimit);
   link_.Deselect();
   link_.Waited(elapsed < kBusyLimit);

@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "flash/link.h"
+#include "platform/clock.h"
 
 namespace brisk::flash {
 
@@ -10,7 +11,7 @@ namespace brisk::flash {
 // Every erase and program waits until the flash is ready, for at most 5 seconds, and then goes on.
 class Sequences {
  public:
-  explicit Sequences(Link& link) : link_(link) {}
+  Sequences(Link& link, Clock& clock) : link_(link), clock_(clock) {}
 
   uint32_t ReadId();  // manufacturer << 16 | memory type << 8 | capacity
   void BulkErase();
@@ -33,6 +34,7 @@ class Sequences {
   void WaitUntilReady();
 
   Link& link_;
+  Clock& clock_;
 };
 
 }  // namespace brisk::flash

@@ -1,8 +1,9 @@
 #include "i2c/string_command.h"
 
 #include <cstddef>
-#include <cstdio>
 #include <cstring>
+
+#include "base/text.h"
 
 namespace brisk::i2c {
 namespace {
@@ -15,13 +16,6 @@ constexpr size_t kReadDevice = 6;
 constexpr size_t kReadSize = 8;
 
 constexpr bool IsBlank(char c) { return c == ' ' || c == '\t'; }
-
-constexpr int HexDigit(char c) {
-  if (c >= '0' && c <= '9') return c - '0';
-  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-  return -1;
-}
 
 // The second character is looked at only when the first is a digit, so the NUL ends every field.
 uint8_t HexByte(const char* field) {
@@ -46,72 +40,52 @@ constexpr size_t ByteCount(char item) {
   }
 }
 
-uint32_t Fail(Bus& bus) {
-  bus.I2c_Stop();
-  return 1;
-}
-
 }  // namespace
 
-uint32_t String(Bus& bus, const char* command) {
-  if (command == nullptr) return 1;
+Status StringCommands::Fail(Cause cause) {
+  bus_.Stop();
+  return cause;
+}
+
+Status StringCommands::Write(const char* command) {
+  if (command == nullptr) return Cause::kBadArgument;
   const size_t length = std::strlen(command);
-  if (length < kFirstItem) return 1;
-  bus.I2c_Start();
-  if (bus.I2c_Tx(HexByte(command + kDevice)) != 0) return Fail(bus);
-  bus.I2c_Tx(HexByte(command + kRegister));
+  if (length < kFirstItem) return Cause::kBadArgument;
+  bus_.Start();
+  if (!bus_.Send(HexByte(command + kDevice)).ok()) return Fail(Cause::kNoAcknowledge);
+  static_cast<void>(bus_.Send(HexByte(command + kRegister)));
 
   size_t position = kFirstItem;
   while (command[position] != '\0' && command[position] != '.') {
     const size_t bytes = ByteCount(command[position]);
     ++position;
-    if (bytes == 0 || length - position < 2 * bytes) return Fail(bus);
-    for (size_t i = bytes; i-- > 0;) bus.I2c_Tx(HexByte(command + position + 2 * i));
+    if (bytes == 0 || length - position < 2 * bytes) return Fail(Cause::kBadArgument);
+    for (size_t i = bytes; i-- > 0;) {
+      static_cast<void>(bus_.Send(HexByte(command + position + 2 * i)));
+    }
     position += 2 * bytes;
   }
-  bus.I2c_Stop();
-  return 0;
+  bus_.Stop();
+  return {};
 }
 
-uint32_t ReadString(Bus& bus, char* result, const char* command) {
-  if (result == nullptr) return 1;
-  if (command == nullptr || std::strlen(command) <= kReadSize) {
-    *result = '\0';
-    return 1;
-  }
-  bus.I2c_Start();
-  if (bus.I2c_Tx(HexByte(command + kDevice)) != 0) {
-    *result = '\0';
-    return Fail(bus);
-  }
-  bus.I2c_Tx(HexByte(command + kRegister));
-  bus.I2c_Start();
-  bus.I2c_Tx(HexByte(command + kReadDevice));
+Outcome<StringCommands::Value> StringCommands::Read(const char* command) {
+  if (command == nullptr || std::strlen(command) <= kReadSize) return Cause::kBadArgument;
+  bus_.Start();
+  if (!bus_.Send(HexByte(command + kDevice)).ok()) return Fail(Cause::kNoAcknowledge);
+  static_cast<void>(bus_.Send(HexByte(command + kRegister)));
+  bus_.Start();
+  static_cast<void>(bus_.Send(HexByte(command + kReadDevice)));
 
-  const size_t bytes = ByteCount(command[kReadSize]);
-  uint32_t value = 0;
-  for (size_t i = 0; i < bytes; ++i) {
-    uint32_t byte = 0;
-    if (bus.I2c_Rx(&byte, i + 1 == bytes ? 1 : 0) != 0) {
-      *result = '\0';
-      return Fail(bus);
-    }
-    value |= (byte & 0xFF) << (8 * i);
+  Value value{.bytes = static_cast<uint32_t>(ByteCount(command[kReadSize]))};
+  for (uint32_t i = 0; i < value.bytes; ++i) {
+    uint8_t byte = 0;
+    const Status received = bus_.Receive(&byte, i + 1 == value.bytes ? 1 : 0);
+    // A byte that came counts, whatever the adapter's library says of it.
+    if (!received.ok() && received.cause() != Cause::kTransfer) return Fail(received.cause());
+    value.number |= uint32_t{byte} << (8 * i);
   }
-  bus.I2c_Stop();
-  if (bytes != 0) {
-    std::snprintf(result, 2 * bytes + 1, "%0*X", static_cast<int>(2 * bytes), unsigned{value});
-  }
-  return 0;
-}
-
-int32_t ReadStringEx(Bus& bus, const char* command) {
-  char text[16] = "";
-  if (ReadString(bus, text, command) != 0) return -2;
-  int32_t value = 0;
-  for (const char* digit = text; HexDigit(*digit) >= 0; ++digit) {
-    value = value * 16 + HexDigit(*digit);
-  }
+  bus_.Stop();
   return value;
 }
 

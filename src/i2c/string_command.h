@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "base/status.h"
 #include "i2c/bus.h"
 
 namespace brisk::i2c {
@@ -17,16 +18,24 @@ namespace brisk::i2c {
 // terminating NUL: a command that ends inside a fixed field or inside an item's digits fails at
 // that point, with a stop condition when the bus was started; an item's bytes go out only when all
 // its digits are there.
+class StringCommands {
+ public:
+  explicit StringCommands(Bus& bus) : bus_(bus) {}
 
-// 0 = done, 1 = failure: the device did not acknowledge, an unknown item, a short or null command.
-uint32_t String(Bus& bus, const char* command);
+  struct Value {
+    uint32_t number = 0;
+    uint32_t bytes = 0;  // 0: an unknown size character, for which nothing was received
+  };
 
-// As String; the value goes to `result` as 2, 4 or 6 upper-case hex digits and a NUL (at most 7
-// characters), high byte first. On failure `result` is the empty text; an unknown size character
-// receives nothing, leaves `result` unwritten and is no failure.
-uint32_t ReadString(Bus& bus, char* result, const char* command);
+  // Fails when the device does not acknowledge its address, for an unknown item, and for a short or
+  // null command.
+  Status Write(const char* command);
+  Outcome<Value> Read(const char* command);
 
-// The value read, 0 to 0xFFFFFF, or -2 on failure.
-int32_t ReadStringEx(Bus& bus, const char* command);
+ private:
+  Status Fail(Cause cause);
+
+  Bus& bus_;
+};
 
 }  // namespace brisk::i2c

@@ -4,7 +4,6 @@
 #include <cstring>
 #include <vector>
 
-#include "base/debug.h"
 #include "base/user_message.h"
 
 namespace brisk::image {
@@ -15,7 +14,9 @@ constexpr size_t kInfoHeaderSize = 40;
 
 using Header = std::array<uint8_t, kFileHeaderSize + kInfoHeaderSize>;
 
-// Offsets from the start of the file; every field is little-endian.
+// A Windows bitmap: a file header of 14 bytes, BITMAPINFOHEADER of 40, then rows of blue, green,
+// red bytes, bottom row first, each padded to a multiple of four bytes. Offsets from the start of
+// the file; every field is little-endian.
 constexpr size_t kWidth = 18;
 constexpr size_t kHeight = 22;
 constexpr size_t kPlanes = 26;
@@ -68,7 +69,7 @@ std::optional<BmpSize> ReadBmpHeader(File& file) {
   return size;
 }
 
-void ReadBmpPixels(File& file, PictureBuffer& picture) {
+void ReadBmpPixels(File& file, PictureBuffer& picture, const CDebug& log) {
   const auto width = static_cast<size_t>(picture.width());
   const size_t rowLength = (3 * width + 3) / 4 * 4;
   std::vector<uint8_t> row(rowLength + 1);
@@ -78,7 +79,7 @@ void ReadBmpPixels(File& file, PictureBuffer& picture) {
     // The padding of the file's last row may be missing: nothing of the picture is lost.
     if (got < rowLength) {
       const int32_t missing = got < 3 * width ? y + 1 : y;
-      if (missing > 0) debugLog.Print(0, "BMP ends early, %d rows are black\n", missing);
+      if (missing > 0) log.Print(0, "BMP ends early, %d rows are black\n", missing);
       return;
     }
   }

@@ -27,6 +27,6 @@ std::optional<BmpSize> ReadBmpHeader(File& file);
 // Fills an allocated buffer from the rows behind the headers, which the file stores bottom row
 // first. Cells that a short file does not reach stay as they are, which is black in a fresh buffer;
 // the debug log tells.
-void ReadBmpPixels(File& file, PictureBuffer& picture);
+void ReadBmpPixels(File& file, PictureBuffer& picture, const CDebug& log);
 
 }  // namespace brisk::image

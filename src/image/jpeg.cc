@@ -6,7 +6,6 @@
 
 #include "image/jpeg_decoder.h"
 #include "image/jpeg_headers.h"
-#include "platform/platform.h"
 
 namespace brisk::image {
 namespace {
@@ -27,8 +26,8 @@ struct FileImage {
 };
 
 // False when the file cannot be opened, is larger than the limit, or memory is short.
-bool ReadFile(const char* path, FileImage& image) {
-  const auto file = platform().files.OpenForReading(path);
+bool ReadFile(Files& files, const char* path, FileImage& image) {
+  const auto file = files.OpenForReading(path);
   if (file == nullptr) return false;
   for (size_t capacity = size_t{1} << 20; capacity <= kMaxJpegFileSize; capacity *= 2) {
     if (!image.Reserve(capacity)) return false;
@@ -64,7 +63,7 @@ BitmapInfoHeader MakeHeader(uint32_t width, uint32_t height) {
   return header;
 }
 
-JpegStatus Decode(DecodeRequest& request, FileImage& file) {
+JpegStatus Decode(const PictureServices& services, DecodeRequest& request, FileImage& file) {
   JpegHeaders headers;
   const JpegStatus status = ReadJpegHeaders({file.bytes.get(), file.size}, headers);
   if (status != JpegStatus::kDecoded) return status;
@@ -76,35 +75,36 @@ JpegStatus Decode(DecodeRequest& request, FileImage& file) {
   if (uint64_t{width} * height > kMaxJpegPixels) return JpegStatus::kUnsupported;
   request.header = MakeHeader(width, height);
   request.stride = (3 * width + 3) / 4 * 4;
-  request.pixels = MakeZeroedArray<uint8_t>(size_t{request.stride} * height);
+  request.pixels = MakeZeroedArray<uint8_t>(services.system, size_t{request.stride} * height);
   if (request.pixels == nullptr) return JpegStatus::kUnsupported;
 
   const size_t size = RemoveStuffing(file.bytes.get(), headers.scanData, file.size);
   std::memset(file.bytes.get() + size, 0, BitReader::kPadding);
   return ScanDecoder(headers, {file.bytes.get(), size}, FastestJpegKernels())
-      .Run(request.pixels.get(), request.stride);
+      .Run(services.messages, request.pixels.get(), request.stride);
 }
 
-void DecodeImage(DecodeRequest& request, FileImage& file) {
-  request.status = Decode(request, file);
+void DecodeImage(const PictureServices& services, DecodeRequest& request, FileImage& file) {
+  request.status = Decode(services, request, file);
   if (request.status != JpegStatus::kDecoded) request.pixels.reset();
 }
 
 }  // namespace
 
-void DecodeJpeg(DecodeRequest& request) {
+void DecodeJpeg(const PictureServices& services, DecodeRequest& request) {
   FileImage file;
   request.status = JpegStatus::kUnreadable;
-  if (ReadFile(request.path.c_str(), file)) DecodeImage(request, file);
+  if (ReadFile(services.files, request.path.c_str(), file)) DecodeImage(services, request, file);
 }
 
-void DecodeJpeg(DecodeRequest& request, const uint8_t* file, size_t size) {
+void DecodeJpeg(const PictureServices& services, DecodeRequest& request, const uint8_t* file,
+                size_t size) {
   FileImage image;
   request.status = JpegStatus::kUnreadable;
   if (size > kMaxJpegFileSize || !image.Reserve(size)) return;
   if (size > 0) std::memcpy(image.bytes.get(), file, size);
   image.size = size;
-  DecodeImage(request, image);
+  DecodeImage(services, request, image);
 }
 
 }  // namespace brisk::image

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 
+#include "image/picture.h"
 #include "image/zeroed_array.h"
 
 namespace brisk::image {
@@ -57,9 +58,10 @@ constexpr size_t kMaxJpegFileSize = size_t{256} << 20;
 // scan. Damaged entropy-coded data gives a damaged picture.
 //
 // Looks for a stop request in the calling thread's messages once an MCU row.
-void DecodeJpeg(DecodeRequest& request);
+void DecodeJpeg(const PictureServices& services, DecodeRequest& request);
 
 // The same for a file in memory, which is copied.
-void DecodeJpeg(DecodeRequest& request, const uint8_t* file, size_t size);
+void DecodeJpeg(const PictureServices& services, DecodeRequest& request, const uint8_t* file,
+                size_t size);
 
 }  // namespace brisk::image

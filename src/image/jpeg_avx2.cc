@@ -5,6 +5,9 @@
 #include "image/jpeg_colour.h"
 #include "image/jpeg_idct.h"
 
+// The kernels of jpeg_idct.cc and jpeg_colour.cc in vectors of 256 bits, with the same results bit
+// for bit.
+
 // Per function, not per file: nothing that other files share may be compiled for AVX2.
 #define BRISK_AVX2 __attribute__((target("avx2")))
 #define BRISK_AVX2_INLINE __attribute__((target("avx2"), always_inline)) inline
@@ -55,6 +58,7 @@ BRISK_AVX2_INLINE void Transform(Vectors& v) {
   v[4] = Sub(tmp13, t0);
 }
 
+// Rows become columns: 8 x 8 values of 32 bits.
 BRISK_AVX2_INLINE void Transpose(Vectors& v) {
   Vectors a;
   for (int i = 0; i < 8; i += 2) {

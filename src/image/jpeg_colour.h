@@ -22,6 +22,8 @@ inline constexpr ColourTable kCbToGreen = MakeColourTable(-0.34414);
 inline constexpr ColourTable kCrToGreen = MakeColourTable(-0.71414);
 inline constexpr ColourTable kCbToBlue = MakeColourTable(1.772);
 
+// Rows of samples into pixels of three bytes: blue, green, red. The doubled form has one chroma
+// sample for two pixels; its width is even.
 void ConvertRow(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, size_t width,
                 uint8_t* pixels);
 void ConvertRowDoubled(const uint8_t* y, const uint8_t* cb, const uint8_t* cr, size_t width,

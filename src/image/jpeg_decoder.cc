@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "image/jpeg_idct.h"
-#include "platform/platform.h"
 
 namespace brisk::image {
 namespace {
@@ -29,12 +28,13 @@ ScanDecoder::ScanDecoder(const JpegHeaders& headers, Bytes file, const JpegKerne
     : headers_(headers),
       kernels_(kernels),
       file_(file),
-      bits_(file.data, headers.scanData, file.size),
+      bits_(file.data(), headers.scanData, file.size()),
       countdown_(headers.restartInterval),
       mcusPerRow_(OutputWidth(headers) / McuWidth(headers)) {
   LayOut();
 }
 
+// The blocks of an MCU in the order of the scan: components in turn, each row by row (T.81, A.2.3).
 void ScanDecoder::LayOut() {
   for (const uint8_t index : headers_.scanOrder) {
     const JpegComponent& component = headers_.components[index];
@@ -51,12 +51,12 @@ void ScanDecoder::LayOut() {
   }
 }
 
-JpegStatus ScanDecoder::Run(uint8_t* pixels, size_t stride) {
+JpegStatus ScanDecoder::Run(MessageQueue& messages, uint8_t* pixels, size_t stride) {
   const uint32_t mcuHeight = McuHeight(headers_);
   for (uint32_t y = 0; y < headers_.height; y += mcuHeight) {
     DecodeMcuRow();
     ConvertMcuRow(std::min(mcuHeight, headers_.height - y), pixels + y * stride, stride);
-    if (platform().messageQueue.TakeStopRequest()) return JpegStatus::kStopped;
+    if (messages.TakeStopRequest()) return JpegStatus::kStopped;
   }
   return CheckEnd();
 }
@@ -85,6 +85,7 @@ void ScanDecoder::DecodeMcu(size_t column) {
   }
 }
 
+// Decoding goes on behind the next restart marker, wherever damage has left the position.
 void ScanDecoder::Restart() {
   size_t position = bits_.BytePosition();
   NextMarker(file_, position);
@@ -93,6 +94,7 @@ void ScanDecoder::Restart() {
   countdown_ = headers_.restartInterval;
 }
 
+// With two lines of luma to one of chroma, both take the same chroma line: no interpolation.
 void ScanDecoder::ConvertMcuRow(uint32_t rows, uint8_t* pixels, size_t stride) const {
   const JpegComponent& luma = headers_.components[0];
   const JpegComponent& chroma = headers_.components[1];
@@ -108,6 +110,7 @@ void ScanDecoder::ConvertMcuRow(uint32_t rows, uint8_t* pixels, size_t stride) c
   }
 }
 
+// The end of the image must follow the scan, or the segment with the height and then the end.
 JpegStatus ScanDecoder::CheckEnd() {
   size_t position = bits_.BytePosition();
   uint8_t marker = NextMarker(file_, position);

@@ -8,6 +8,10 @@
 
 namespace brisk::image {
 
+// A scan is a run of minimum coded units (MCUs): for every component as many 8 x 8 blocks as its
+// sampling factors say. Its values are differences to the block before; restart markers end a
+// chain.
+//
 // Decodes the one scan of a picture, an MCU row at a time. The planes hold one MCU row; chroma
 // stays at its own resolution in them and is doubled when the colours are converted.
 class ScanDecoder {
@@ -20,7 +24,7 @@ class ScanDecoder {
   static uint32_t OutputHeight(const JpegHeaders& headers);
 
   // Into output rows of `stride` bytes; status 0, 4 or 5.
-  JpegStatus Run(uint8_t* pixels, size_t stride);
+  JpegStatus Run(MessageQueue& messages, uint8_t* pixels, size_t stride);
 
  private:
   struct Plane {

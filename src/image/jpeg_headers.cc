@@ -87,7 +87,7 @@ bool IsUnsupportedFrame(uint8_t marker) {
 }
 
 JpegStatus HeaderReader::Run() {
-  if (file_.size < 2 || file_.data[0] != 0xFF || file_.data[1] != kStartOfImage) {
+  if (file_.size() < 2 || file_[0] != 0xFF || file_[1] != kStartOfImage) {
     return JpegStatus::kUnreadable;
   }
   position_ = 2;
@@ -98,7 +98,7 @@ JpegStatus HeaderReader::Run() {
     const size_t begin = position_ + 2;
     if (!SkipSegment(file_, position_)) return JpegStatus::kUnsupported;
     const JpegStatus status =
-        ReadSegment(marker, Segment(file_.data + begin, file_.data + position_));
+        ReadSegment(marker, Segment(file_.data() + begin, file_.data() + position_));
     if (status != JpegStatus::kDecoded || marker == kStartOfScan) return status;
   }
 }
@@ -234,7 +234,7 @@ bool HeaderReader::FindHeightBehindScan() {
     if (marker != kNumberOfLines) continue;
     const size_t begin = position + 2;
     if (!SkipSegment(file_, position)) return false;
-    headers_.height = Segment(file_.data + begin, file_.data + position).Word();
+    headers_.height = Segment(file_.data() + begin, file_.data() + position).Word();
     headers_.heightBehindScan = true;
     return headers_.height != 0;
   }
@@ -243,23 +243,23 @@ bool HeaderReader::FindHeightBehindScan() {
 }  // namespace
 
 uint8_t NextMarker(Bytes file, size_t& position) {
-  while (position < file.size) {
-    const void* found = std::memchr(file.data + position, 0xFF, file.size - position);
+  while (position < file.size()) {
+    const void* found = std::memchr(file.data() + position, 0xFF, file.size() - position);
     if (found == nullptr) break;
-    position = static_cast<size_t>(static_cast<const uint8_t*>(found) - file.data);
-    while (position < file.size && file.data[position] == 0xFF) ++position;
-    if (position == file.size) break;
-    const uint8_t code = file.data[position++];
+    position = static_cast<size_t>(static_cast<const uint8_t*>(found) - file.data());
+    while (position < file.size() && file[position] == 0xFF) ++position;
+    if (position == file.size()) break;
+    const uint8_t code = file[position++];
     if (code != 0) return code;
   }
-  position = file.size;
+  position = file.size();
   return kEndOfImage;
 }
 
 bool SkipSegment(Bytes file, size_t& position) {
-  if (file.size - position < 2) return false;
-  const size_t length = size_t{file.data[position]} << 8 | file.data[position + 1];
-  if (length < 2 || length > file.size - position) return false;
+  if (file.size() - position < 2) return false;
+  const size_t length = size_t{file[position]} << 8 | file[position + 1];
+  if (length < 2 || length > file.size() - position) return false;
   position += length;
   return true;
 }

@@ -6,18 +6,17 @@
 #include <memory>
 #include <optional>
 
+#include "base/bytes.h"
 #include "image/jpeg.h"
 #include "image/jpeg_huffman.h"
 
+// A JPEG file (ITU-T T.81, annex B) is a run of segments: 0xFF, a code, and for most codes a
+// big-endian length that counts itself, then as many bytes. Behind the start-of-scan segment comes
+// entropy-coded data, in which 0xFF is followed by 0x00 ("stuffing") so that no marker appears.
 namespace brisk::image {
 
 constexpr uint8_t kEndOfImage = 0xD9;
 constexpr uint8_t kNumberOfLines = 0xDC;
-
-struct Bytes {
-  const uint8_t* data;
-  size_t size;
-};
 
 // The code of the next marker from `position` on, which ends up behind it. The end of the data
 // counts as the end of the image.

@@ -58,6 +58,8 @@ std::unique_ptr<HuffmanTable> HuffmanTable::Build(HuffmanClass tableClass,
   return table;
 }
 
+// Codes are assigned in order: of equal length one after the other, a longer one behind all shorter
+// ones (T.81, C.2). False when the counts ask for more codes than there are.
 bool HuffmanTable::FillFull(const std::array<uint8_t, 16>& counts, const uint8_t* symbols) {
   uint32_t next = 0;  // the code to come, left-aligned in 16 bits: its first entry
   for (unsigned length = 1; length <= kMaxCodeLength; ++length) {

@@ -6,6 +6,8 @@
 #include <cstring>
 #include <memory>
 
+// Huffman codes and the coefficients in them (ITU-T T.81, annexes C and F). A symbol tells how many
+// coefficients are zero before the next one and how many bits of value follow the code.
 namespace brisk::image {
 
 enum class HuffmanClass { kDc, kAc };

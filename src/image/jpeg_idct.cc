@@ -18,6 +18,8 @@ constexpr uint32_t ShiftRight(uint32_t value, int bits) {
   return static_cast<uint32_t>(static_cast<int32_t>(value) >> bits);
 }
 
+// One dimension: the even part from inputs 0, 2, 4, 6, the odd one from 1, 3, 5, 7, then the
+// butterfly of both.
 Vector Transform(const Vector& in, int scaleBits) {
   uint32_t z1 = Times(in[2] + in[6], dct::k0_541196100);
   const uint32_t tmp2 = z1 - Times(in[6], dct::k1_847759065);
@@ -43,6 +45,8 @@ Vector Transform(const Vector& in, int scaleBits) {
           tmp13 - t0, tmp12 - t1, tmp11 - t2, tmp10 - t3};
 }
 
+// The short cut for flat columns and rows is part of the arithmetic: where sums overflow, it gives
+// other bits than the whole transform.
 bool OnlyFirst(const Vector& in) {
   return (in[1] | in[2] | in[3] | in[4] | in[5] | in[6] | in[7]) == 0;
 }

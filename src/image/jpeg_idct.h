@@ -28,6 +28,7 @@ constexpr int kFlatRowShift = kOutputShift - kRowScaleBits;
 constexpr int32_t kLevelShift = 128;
 }  // namespace dct
 
+// 8 x 8 coefficients in natural order into samples 0 to 255: columns first, then rows.
 void InverseDct(const int32_t* coefficients, uint8_t* samples, size_t stride);
 // The same for a block whose only coefficient is the first.
 void InverseDctOfDc(int32_t coefficient, uint8_t* samples, size_t stride);

@@ -4,13 +4,13 @@
 
 namespace brisk::image {
 
-bool PictureBuffer::Allocate(int32_t width, int32_t height) {
+bool PictureBuffer::Allocate(System& system, int32_t width, int32_t height) {
   cells_.reset();
   width_ = height_ = 0;
   if (width < 1 || height < 1) return false;
   const uint64_t cells = static_cast<uint64_t>(width) * static_cast<uint64_t>(height);
   if (cells > std::numeric_limits<size_t>::max() / sizeof(uint32_t)) return false;
-  cells_ = MakeZeroedArray<uint32_t>(static_cast<size_t>(cells));
+  cells_ = MakeZeroedArray<uint32_t>(system, static_cast<size_t>(cells));
   if (cells_ == nullptr) return false;
   width_ = width;
   height_ = height;

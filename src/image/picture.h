@@ -2,9 +2,21 @@
 
 #include <cstdint>
 
+#include "base/debug.h"
 #include "image/zeroed_array.h"
+#include "platform/files.h"
+#include "platform/message_queue.h"
+#include "platform/system.h"
 
 namespace brisk::image {
+
+// What reading pictures asks of the system and of the log.
+struct PictureServices {
+  Files& files;
+  System& system;
+  MessageQueue& messages;
+  CDebug& log;
+};
 
 // The bytes of a cell, lowest first: blue, green, red, or after the conversion Cb, Y, Cr. The
 // fourth byte is 0 and means nothing.
@@ -37,7 +49,7 @@ class PictureBuffer {
   PictureBuffer() = default;
 
   // False when either size is below 1 or the memory cannot be had; the buffer is then empty.
-  bool Allocate(int32_t width, int32_t height);
+  bool Allocate(System& system, int32_t width, int32_t height);
   int32_t width() const { return width_; }
   int32_t height() const { return height_; }
   uint32_t* Row(int32_t y) { return cells_.get() + Offset(y); }

@@ -6,6 +6,14 @@
 
 namespace brisk::image {
 
+// The picture port knows no clock: ONE and ZERO are a line each, and a bit is a high pulse on one
+// of them. Both high at once is idle, which frames the words; a word's length tells its kind. The
+// lines share the parallel port's data byte with everything else there:
+//
+//   bit 1   ONE   (also SCL of the first I2C wiring)
+//   bit 6   ZERO  (also MOSI of the flash)
+//   bit 4   serial debug data, bit 5 its clock
+//
 // The picture port's two lines and the serial debug output as bits of an output byte: the parallel
 // port's data register, or what an adapter makes of one.
 class PortWords : public WordWriter {

@@ -8,13 +8,19 @@
 #include "base/user_message.h"
 #include "image/bmp.h"
 #include "image/jpeg.h"
-#include "platform/platform.h"
 
+// The controller's picture port takes words without an address or an answer; it knows each kind by
+// its length in bits:
+//
+//    7  start of an operation
+//   19  colour, low half then high half; with bit 18 set, one row of a 16-pixel pattern
+//   22  frame address in units of two pixels; with bit 21 set, the source of a copy
+//   12  command: fill a run, skip to the next line, copy a block
+//   32  pixels at the address, which counts on: two of 16 bits, or four bytes of 24-bit pixels
+//
+// Frame size, colour mode and the second plane's place are read from its registers first, over I2C.
 namespace brisk::image {
 namespace {
-
-constexpr uint32_t kDone = 0;
-constexpr uint32_t kFailed = 1;
 
 // Controller registers, as string commands: "=" reads 16 bits, "-" eight.
 constexpr const char* kFrameWidth = "F4-70-F5=";
@@ -69,9 +75,9 @@ constexpr uint32_t YCbCrPair(uint32_t even, uint32_t odd) {
 }
 static_assert(YCbCrPair(kFillYCbCr, kFillYCbCr) == 0x10108080);
 
-uint32_t CannotOpen() {
+Status CannotOpen() {
   TellUser(kNoInputFile);
-  return kFailed;
+  return Cause::kFile;
 }
 
 void PrintSize(int32_t width, int32_t height) {
@@ -115,9 +121,9 @@ class BytePacker {
 }  // namespace
 
 bool PictureTransfer::Read(const char* command, uint32_t& value) {
-  const int32_t result = registers_.ReadRegister(command);
-  value = static_cast<uint32_t>(result);
-  return result >= 0;
+  const auto read = registers_.ReadRegister(command);
+  value = read.value();
+  return read.ok();
 }
 
 bool PictureTransfer::ReadFrame(uint32_t& width, uint32_t& height) {
@@ -147,7 +153,7 @@ void PictureTransfer::SendAddress(uint32_t address) {
   writer_.SendWord(kAddressBits, address & kAddressMask);
 }
 
-void PictureTransfer::Sddi_Erase(uint32_t colour) {
+void PictureTransfer::Fill(uint32_t colour) {
   uint32_t width = 0;
   uint32_t height = 0;
   if (!ReadFrame(width, height)) return;
@@ -158,7 +164,7 @@ void PictureTransfer::Sddi_Erase(uint32_t colour) {
   for (uint32_t i = 0; i < runs; ++i) writer_.SendWord(kCommandBits, kFillRun);
 }
 
-void PictureTransfer::Sddi_Bitblt(uint32_t x, uint32_t y) {
+void PictureTransfer::DrawPattern(uint32_t x, uint32_t y) {
   uint32_t width = 0;
   uint32_t height = 0;
   if (!ReadFrame(width, height)) return;
@@ -169,8 +175,8 @@ void PictureTransfer::Sddi_Bitblt(uint32_t x, uint32_t y) {
   }
 }
 
-void PictureTransfer::Sddi_Bitblt_Copy(uint32_t x1, uint32_t y1, uint32_t x2, uint32_t y2,
-                                       uint32_t width, uint32_t height) {
+void PictureTransfer::Copy(uint32_t x1, uint32_t y1, uint32_t x2, uint32_t y2, uint32_t width,
+                           uint32_t height) {
   uint32_t frameWidth = 0;
   uint32_t frameHeight = 0;
   if (!ReadFrame(frameWidth, frameHeight)) return;
@@ -183,42 +189,43 @@ void PictureTransfer::Sddi_Bitblt_Copy(uint32_t x1, uint32_t y1, uint32_t x2, ui
   writer_.SendWord(kCommandBits, kBlockCopy + (height & 15) * 16 + (width / 2 & 15));
 }
 
-uint32_t PictureTransfer::Sddi_Bitmap(const char* path, uint32_t plane) {
-  const auto file = path == nullptr ? nullptr : platform().files.OpenForReading(path);
+Status PictureTransfer::ShowBitmap(const char* path, bool second) {
+  const auto file = path == nullptr ? nullptr : services_.files.OpenForReading(path);
   if (file == nullptr) return CannotOpen();
   const auto size = ReadBmpHeader(*file);
-  if (!size) return kFailed;
+  if (!size) return Cause::kRejected;
   PrintSize(size->width, size->height);
   PictureBuffer picture;
-  if (!picture.Allocate(size->width, size->height)) return kDone;
-  ReadBmpPixels(*file, picture);
-  return StreamPicture(picture, plane != 0);
+  if (!picture.Allocate(services_.system, size->width, size->height)) return {};
+  ReadBmpPixels(*file, picture, services_.log);
+  return StreamPicture(picture, second);
 }
 
-uint32_t PictureTransfer::Sddi_Jpeg(const char* path, uint32_t plane) {
+Status PictureTransfer::ShowJpeg(const char* path, bool second) {
   DecodeRequest request;
   if (path != nullptr) request.path = path;
-  DecodeJpeg(request);
+  DecodeJpeg(services_, request);
   if (request.status != JpegStatus::kDecoded) return CannotOpen();
   PrintSize(request.header.width, request.header.height);
   PictureBuffer picture;
-  if (!picture.Allocate(request.header.width, request.header.height)) return kDone;
+  if (!picture.Allocate(services_.system, request.header.width, request.header.height)) return {};
   CopyPixels(request, picture);
   request.pixels.reset();
-  return StreamPicture(picture, plane != 0);
+  return StreamPicture(picture, second);
 }
 
-uint32_t PictureTransfer::StreamPicture(PictureBuffer& picture, bool second) {
+// The whole picture is converted, also what the frame clips.
+Status PictureTransfer::StreamPicture(PictureBuffer& picture, bool second) {
   writer_.SendWord(kStartBits, kStartWord);
   Plane plane;
-  if (!ReadPlane(second, plane)) return kFailed;
+  if (!ReadPlane(second, plane)) return Cause::kTransfer;
   const uint32_t width = std::min(static_cast<uint32_t>(picture.width()), plane.width);
   const uint32_t height = std::min(static_cast<uint32_t>(picture.height()), plane.height);
   if (plane.yCbCr) picture.ConvertToYCbCr();
   SendAddress(plane.address);
   const bool complete = plane.sixteenBit ? StreamPairs(picture, plane, width, height)
                                          : StreamBytes(picture, plane, width, height);
-  return complete ? kDone : kFailed;
+  return complete ? Status() : Cause::kStopped;
 }
 
 // The odd pixel of a row's last pair is the next cell while the picture has one in that row, else
@@ -241,6 +248,7 @@ bool PictureTransfer::StreamPairs(const PictureBuffer& picture, const Plane& pla
   return true;
 }
 
+// In 24-bit mode; the bytes of a row's end and the next one's beginning share a word.
 bool PictureTransfer::StreamBytes(const PictureBuffer& picture, const Plane& plane, uint32_t width,
                                   uint32_t height) {
   const uint32_t fill = plane.yCbCr ? kFillYCbCr : kFillRgb;

@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+#include "base/status.h"
+
 namespace brisk::image {
 
 // The serial output of the controller's picture port: words of 1 to 32 bits, most significant
@@ -12,11 +14,11 @@ class WordWriter {
   virtual void SendWord(uint32_t bits, uint32_t value) = 0;
 };
 
-// Reads controller registers with string commands; -2 on failure.
+// Reads controller registers with string commands.
 class RegisterReader {
  public:
   virtual ~RegisterReader() = default;
-  virtual int32_t ReadRegister(const char* command) = 0;
+  virtual Outcome<uint32_t> ReadRegister(const char* command) = 0;
 };
 
 }  // namespace brisk::image

@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <memory>
 
-#include "platform/platform.h"
+#include "platform/system.h"
 
 namespace brisk::image {
 
@@ -19,9 +19,9 @@ using ZeroedArray = std::unique_ptr<T[], FreeMemory>;
 
 // Null when the memory cannot be had.
 template <typename T>
-ZeroedArray<T> MakeZeroedArray(size_t count) {
+ZeroedArray<T> MakeZeroedArray(System& system, size_t count) {
   ZeroedArray<T> memory(static_cast<T*>(std::calloc(count, sizeof(T))));
-  if (memory != nullptr) platform().system.ExpectFullUse(memory.get(), count * sizeof(T));
+  if (memory != nullptr) system.ExpectFullUse(memory.get(), count * sizeof(T));
   return memory;
 }
 

@@ -29,8 +29,9 @@ class DeviceNotification {
   virtual bool Close() = 0;
 };
 
-// Finding devices by interface class GUID. Null results mean that the system has no such service
-// or no such device.
+// Finding devices by interface class GUID, when a board is selected or looked for again. Null
+// results mean that the system has no such service or no such device. May block while the system
+// lists its devices.
 class DeviceInterfaces {
  public:
   virtual ~DeviceInterfaces() = default;

@@ -6,7 +6,7 @@
 
 namespace brisk {
 
-// A loaded vendor library; unloaded by the destructor.
+// A loaded vendor library; unloaded by the destructor, which runs the library's own code.
 class DynamicLibrary {
  public:
   virtual ~DynamicLibrary() = default;

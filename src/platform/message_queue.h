@@ -2,7 +2,8 @@
 
 namespace brisk {
 
-// The calling thread's window-message queue.
+// The calling thread's window-message queue, looked at while a JPEG picture is decoded, after every
+// row of its blocks.
 class MessageQueue {
  public:
   virtual ~MessageQueue() = default;

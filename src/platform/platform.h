@@ -14,6 +14,7 @@
 #include "platform/services.h"
 #include "platform/shared_section.h"
 #include "platform/system.h"
+#include "platform/threads.h"
 
 namespace brisk {
 
@@ -34,9 +35,11 @@ struct Platform {
   MessageQueue& messageQueue;
   System& system;
   Files& files;
+  Threads& threads;
 };
 
-// Defined once per link. Valid from before the library attaches until after it has detached.
+// Called by the entry points and by attach alone: everything else is handed the parts that it
+// needs. Defined once per link. Valid from before the library attaches until after it has detached.
 Platform& platform();
 
 }  // namespace brisk

@@ -5,7 +5,7 @@
 
 namespace brisk {
 
-// Data carried inside the library's own module.
+// Data carried inside the library's own module, asked for when the driver's file is written.
 class Resources {
  public:
   virtual ~Resources() = default;

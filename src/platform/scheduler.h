@@ -4,9 +4,10 @@
 
 namespace brisk {
 
-// Priorities of the calling process and thread, raised for the clock measurement only. Values are
-// those of Windows (class 0x100 = real time, level 15 = time critical); other systems map them.
-// Lack of the right to raise them is not an error: the measurement then runs at normal priority.
+// Priorities of the calling process and thread, raised at attach for the clock measurement only.
+// Values are those of Windows (class 0x100 = real time, level 15 = time critical); other systems
+// map them. Nothing blocks. Lack of the right to raise them is not an error: the measurement then
+// runs at normal priority.
 class Scheduler {
  public:
   virtual ~Scheduler() = default;

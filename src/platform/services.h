@@ -10,7 +10,7 @@ inline constexpr uint32_t kServiceAlreadyRunning = 1056;
 inline constexpr uint32_t kServiceNotActive = 1062;
 
 // One registered service, open with full access; closed by the destructor. Results are the system's
-// error codes, 0 for success.
+// error codes, 0 for success. All of it may block for as long as the manager does.
 class Service {
  public:
   virtual ~Service() = default;
@@ -28,6 +28,7 @@ class ServiceManager {
   virtual std::unique_ptr<Service> Open(const char* name) = 0;  // null on failure
 };
 
+// Used at attach and detach, when the port-access driver is installed and removed.
 class Services {
  public:
   virtual ~Services() = default;

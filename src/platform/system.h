@@ -6,7 +6,8 @@
 
 namespace brisk {
 
-// Facts about the operating system and the calling process.
+// Facts about the operating system and the calling process. May be asked at any time; nothing here
+// blocks or fails.
 class System {
  public:
   virtual ~System() = default;

@@ -3,11 +3,13 @@
 #include <cmath>
 #include <cstdlib>
 
-namespace brisk::flash {
+// Clock generator: core frequency = multiplier * reference / divider, halved `exponent` times; its
+// registers hold divider - 2 and multiplier - 3.
+// The other one: VCO = (m + 1) * reference / (n + 1), divided by a post-divider of 1, 2, 4 or 8.
+// Its phase detector wants 1 to 2 MHz at its input, its VCO runs from 100 to 400 MHz. The setting
+// word is a marker, the post-divider's code from bit 15, n from bit 9 and m.
+namespace brisk::pll {
 namespace {
-
-constexpr uint32_t kDone = 0;
-constexpr uint32_t kNotFound = 1;
 
 constexpr uint32_t kMinCoreFrequency = 50000;
 constexpr int64_t kClockErrorLimit = 10000;
@@ -25,6 +27,8 @@ int64_t Distance(uint32_t a, uint32_t b) {
   return std::llabs(static_cast<int64_t>(static_cast<int32_t>(a - b)));
 }
 
+// Divider by divider, multipliers upwards. Far from the target the search takes strides, which skip
+// candidates: settings that tools have stored depend on it.
 ClockChoice SearchClock(uint32_t core, uint32_t reference) {
   ClockChoice best;
   for (uint32_t divider = 3; divider <= 129; ++divider) {
@@ -50,6 +54,7 @@ struct NanduChoice {
   uint32_t word = 0;  // never 0 once a candidate is found
 };
 
+// Frequencies here are in MHz; the wanted one is twice the target, which is in kHz.
 void TryPostDividers(double vco, double wanted, uint32_t setting, NanduChoice& best) {
   for (const PostDivider& post : kPostDividers) {
     const double error = std::fabs(vco / post.divider - wanted);
@@ -73,31 +78,33 @@ NanduChoice SearchNandu(uint32_t target, uint32_t reference) {
 
 }  // namespace
 
-uint32_t Pll_Clock(uint32_t target, uint32_t reference, uint16_t* divider, uint16_t* exponent,
-                   uint16_t* multiplier) {
-  if (divider == nullptr || exponent == nullptr || multiplier == nullptr) return kNotFound;
-  if (target == 0 || reference == 0) return kNotFound;
+Status Pll_Clock(uint32_t target, uint32_t reference, uint16_t* divider, uint16_t* exponent,
+                 uint16_t* multiplier) {
+  if (divider == nullptr || exponent == nullptr || multiplier == nullptr) {
+    return Cause::kBadArgument;
+  }
+  if (target == 0 || reference == 0) return Cause::kBadArgument;
   uint16_t doublings = 0;
   uint32_t core = target;
   for (; core < kMinCoreFrequency; core *= 2) ++doublings;
   const ClockChoice best = SearchClock(core, reference);
-  if (best.divider == 0) return kNotFound;
+  if (best.divider == 0) return Cause::kBadArgument;
   *divider = static_cast<uint16_t>(best.divider - 2);
   *exponent = doublings;
   *multiplier = static_cast<uint16_t>(best.multiplier - 3);
-  return kDone;
+  return {};
 }
 
-uint32_t Pll_Nandu(uint32_t target, uint32_t reference, uint16_t* high, uint16_t* middle,
-                   uint16_t* low) {
-  if (high == nullptr || middle == nullptr || low == nullptr) return kNotFound;
-  if (target == 0 || reference == 0) return kNotFound;
+Status Pll_Nandu(uint32_t target, uint32_t reference, uint16_t* high, uint16_t* middle,
+                 uint16_t* low) {
+  if (high == nullptr || middle == nullptr || low == nullptr) return Cause::kBadArgument;
+  if (target == 0 || reference == 0) return Cause::kBadArgument;
   const uint32_t word = SearchNandu(target, reference).word;
-  if (word == 0) return kNotFound;
+  if (word == 0) return Cause::kBadArgument;
   *high = static_cast<uint16_t>(word >> 16);
   *middle = static_cast<uint16_t>(word >> 8 & 0xFF);
   *low = static_cast<uint16_t>(word & 0xFF);
-  return kDone;
+  return {};
 }
 
-}  // namespace brisk::flash
+}  // namespace brisk::pll

@@ -1,166 +1,157 @@
 #include "port_driver/driver.h"
 
-#include <array>
 #include <cstring>
 #include <string>
 
-#include "base/debug.h"
-#include "platform/platform.h"
+#include "contracts/port_driver.h"
 
 namespace brisk {
 namespace {
 
-constexpr char kServiceName[] = "kgated";
-constexpr char kDriverFile[] = "kgated.sys";
 constexpr bool kDemandStart = true;
 constexpr uint32_t kSettleMs = 10;  // between opening the device and looking at the outcome
 
 struct Family {
   const char* filePath;  // below the system directory
-  const char* resource;
+  const char* resource;  // the image within the library
   const char* device;
   DeviceOpenMode mode;
 };
 
-constexpr Family kNt = {"\\Drivers\\kgated.sys", "ICD_SYS", "\\\\.\\kgated", {}};
-constexpr Family k9x = {"\\kgated.vxd",
+constexpr Family kNt = {"\\Drivers\\" KGATED_FILE, "ICD_SYS", KGATED_DEVICE, {}};
+constexpr Family k9x = {"\\" KGATED_FILE_9X,
                         "ICD_VXD",
-                        "\\\\.\\kgated.vxd",
+                        KGATED_DEVICE_9X,
                         {.write = false, .shareRead = true, .deleteOnClose = true}};
 
 struct RequestCode {
-  uint32_t nt;  // CTL_CODE(0x9C40, function, METHOD_BUFFERED, FILE_ANY_ACCESS)
+  uint32_t nt;
   uint32_t vxd;
 };
 
-// In the order of Driver::Request.
-constexpr std::array<RequestCode, 5> kRequestCodes = {{
-    {0x9C402480, 0x01},  // version
-    {0x9C40248C, 0x10},  // direct access on or off
-    {0x9C402494, 0x20},  // port base
-    {0x9C4024E4, 0x34},  // write data register
-    {0x9C4024E8, 0x35},  // read status register
-}};
-
-constexpr uint8_t kSwitchOn = 0;
-constexpr uint8_t kSwitchOff = 1;
-constexpr uint32_t kBaseAcknowledged = 0x19;
+// In the order of Driver::Request. `vxd` is the 9x family's code.
+constexpr RequestCode kRequestCodes[] = {
+    {KGATED_CODE(port_driver::kVersionFunction), port_driver::kVersion9x},
+    {KGATED_CODE(port_driver::kDirectAccessFunction), port_driver::kDirectAccess9x},
+    {KGATED_CODE(port_driver::kPortBaseFunction), port_driver::kPortBase9x},
+    {KGATED_CODE(port_driver::kWriteDataFunction), port_driver::kWriteData9x},
+    {KGATED_CODE(port_driver::kReadStatusFunction), port_driver::kReadStatus9x},
+};
 
 // NOLINTNEXTLINE(performance-no-int-to-ptr): the value that the system has for none
 void* InvalidHandle() { return reinterpret_cast<void*>(intptr_t{-1}); }
 
-SharedSection& Shared() { return platform().sharedMemory.Section(); }
-
-const Family& CurrentFamily(bool nt) { return nt ? kNt : k9x; }
-
 void SetByte0(uint8_t value) { std::memcpy(driverRequestBuffer.data(), &value, 1); }
-
-bool HasContent(const char* path) {
-  const auto file = platform().files.OpenForReading(path);
-  uint8_t first = 0;
-  return file && file->Read(&first, 1) == 1;
-}
 
 }  // namespace
 
 void Driver::Attach() {
-  if (Drv_Open() != 0) {
-    debugLog.Print(0, "brisk-- no direct port access: parallel-port operations will fault\n");
+  if (Drv_Open() != OpenResult::kDone) {
+    log_.Print(0, "brisk-- no direct port access: parallel-port operations will fault\n");
     return;
   }
-  if (const uint32_t result = Drv_Configure(); result != 0) {
-    debugLog.Print(0, "brisk-- the driver did not take the port base, result %u\n",
-                   static_cast<unsigned>(result));
+  if (const BaseResult result = Drv_Configure(); result != BaseResult::kTaken) {
+    log_.Print(0, "brisk-- the driver did not take the port base, result %u\n",
+               static_cast<unsigned>(result));
   }
 }
 
-uint32_t Driver::Drv_IsNT() { return platform().system.IsNt() ? 1 : 0; }
+uint32_t Driver::Drv_IsNT() { return system_.system.IsNt() ? 1 : 0; }
 
-uint32_t Driver::Drv_Extract() {
-  const Family& family = CurrentFamily(Drv_IsNT() != 0);
-  const std::string path = platform().system.SystemDirectory() + family.filePath;
-  if (HasContent(path.c_str())) return 0;
-  const auto image = platform().resources.Find(family.resource);
-  if (image.empty()) return 3;
-  const auto file = platform().files.Create(path.c_str());
-  if (!file) return 4;
+bool Driver::HasContent(const char* path) {
+  const auto file = system_.files.OpenForReading(path);
+  uint8_t first = 0;
+  return file && file->Read(&first, 1) == 1;
+}
+
+Driver::FileResult Driver::Drv_Extract() {
+  const Family& family = Drv_IsNT() != 0 ? kNt : k9x;
+  const std::string path = system_.system.SystemDirectory() + family.filePath;
+  if (HasContent(path.c_str())) return FileResult::kPresent;
+  const auto image = system_.resources.Find(family.resource);
+  if (image.empty()) return FileResult::kNoImage;
+  const auto file = system_.files.Create(path.c_str());
+  if (!file) return FileResult::kNotWritten;
   const bool written = file->Write(image.data(), image.size()) == image.size();
-  if (file->Close() && written) return 0;
+  if (file->Close() && written) return FileResult::kPresent;
   // A truncated image would count as present at every later load.
-  platform().files.Remove(path.c_str());
-  return 4;
+  system_.files.Remove(path.c_str());
+  return FileResult::kNotWritten;
 }
 
 bool Driver::OpenDevice(const char* path, const DeviceOpenMode& mode) {
-  device_ = platform().devices.Open(path, mode);
-  Shared().hDriver = device_ ? device_->Handle() : InvalidHandle();
+  device_ = system_.devices.Open(path, mode);
+  shared_.hDriver = device_ ? device_->Handle() : InvalidHandle();
   return device_ != nullptr;
 }
 
 bool Driver::OpenNt() {
   const bool present = OpenDevice(kNt.device, kNt.mode);
-  platform().clock.Sleep(kSettleMs);
+  system_.clock.Sleep(kSettleMs);
   if (present) {
-    Shared().dwDriverStatus = 0;
+    shared_.dwDriverStatus = 0;
     return true;
   }
-  Shared().dwDriverStatus = Drv_Install(kServiceName, kDriverFile, kDemandStart);
+  const ServiceResult installed = Drv_Install(KGATED_NAME, KGATED_FILE, kDemandStart);
+  shared_.dwDriverStatus = static_cast<uint32_t>(installed);
   return OpenDevice(kNt.device, kNt.mode);
 }
 
 bool Driver::Open9x() { return OpenDevice(k9x.device, k9x.mode); }
 
-uint32_t Driver::Drv_Open() {
-  if (counted_) return 0;
-  SharedSection& shared = Shared();
-  shared.dwDriverStatus = 1;
-  shared.dwIsNT = Drv_IsNT();
-  const uint32_t extracted = Drv_Extract();
-  if (!(shared.dwIsNT != 0 ? OpenNt() : Open9x())) {
-    debugLog.Print(0, "brisk-- the port-access driver cannot be opened (file %u, service %u)\n",
-                   static_cast<unsigned>(extracted), static_cast<unsigned>(shared.dwDriverStatus));
-    return 1;
+// The process counts as a user before the driver has agreed, so that a refusal can be undone by the
+// one way out.
+Driver::OpenResult Driver::Drv_Open() {
+  if (counted_) return OpenResult::kDone;
+  shared_.dwDriverStatus = 1;
+  shared_.dwIsNT = Drv_IsNT();
+  const FileResult extracted = Drv_Extract();
+  if (!(AccessIsDirect() ? OpenNt() : Open9x())) {
+    log_.Print(0, "brisk-- the port-access driver cannot be opened (file %u, service %u)\n",
+               static_cast<unsigned>(extracted), static_cast<unsigned>(shared_.dwDriverStatus));
+    return OpenResult::kFailed;
   }
-  shared.dwRefCount += 1;
+  shared_.dwRefCount += 1;
   counted_ = true;
-  countedProcess_ = platform().system.ProcessId();
+  countedProcess_ = system_.system.ProcessId();
   const bool answers = Send(Request::kVersion, 4);
-  SetByte0(kSwitchOn);
-  if (answers && Send(Request::kDirectIo, 4)) return 0;
-  debugLog.Print(0, "brisk-- the port-access driver refused %s\n",
-                 answers ? "direct port access" : "the version request");
+  SetByte0(port_driver::kSwitchOn);
+  if (answers && Send(Request::kDirectAccess, 4)) return OpenResult::kDone;
+  log_.Print(0, "brisk-- the port-access driver refused %s\n",
+             answers ? "direct port access" : "the version request");
   Drv_Release();
-  return 1;
+  return OpenResult::kFailed;
 }
 
-uint32_t Driver::Drv_Configure() {
-  if (!Send(Request::kVersion, 4)) return 2;
+// The version is asked for once more to see that the driver is still there; no version is refused.
+Driver::BaseResult Driver::Drv_Configure() {
+  if (!Send(Request::kVersion, 4)) return BaseResult::kRequestFailed;
   driverRequestBuffer[0] = kLptBase;
-  Shared().wLptBase = kLptBase;
-  if (!Send(Request::kPortBase, 8)) return 2;
-  return driverRequestBuffer[1] == kBaseAcknowledged ? 0 : 4;
+  shared_.wLptBase = kLptBase;
+  if (!Send(Request::kPortBase, 8)) return BaseResult::kRequestFailed;
+  const bool taken = driverRequestBuffer[1] == port_driver::kBaseAcknowledged;
+  return taken ? BaseResult::kTaken : BaseResult::kNotTaken;
 }
 
 void Driver::Drv_Release() {
-  if (!counted_ || countedProcess_ != platform().system.ProcessId()) return;
+  if (!counted_ || countedProcess_ != system_.system.ProcessId()) return;
   counted_ = false;
-  SharedSection& shared = Shared();
-  shared.dwRefCount -= 1;
-  if (shared.dwRefCount != 0) {
-    platform().debugStream.Write("brisk-- CloseDeviceDriver dwRefCount > 0\n");
+  shared_.dwRefCount -= 1;
+  if (shared_.dwRefCount != 0) {
+    system_.debugStream.Write("brisk-- CloseDeviceDriver dwRefCount > 0\n");
     // Closed here all the same: the driver cannot be stopped while a handle is open. Direct access
     // stays on for this process.
     device_.reset();
     return;
   }
-  platform().debugStream.Write("brisk-- CloseDeviceDriver dwRefCount = 0\n");
-  SetByte0(kSwitchOff);
-  Send(Request::kDirectIo, 1);
+  system_.debugStream.Write("brisk-- CloseDeviceDriver dwRefCount = 0\n");
+  SetByte0(port_driver::kSwitchOff);
+  Send(Request::kDirectAccess, 1);
   device_.reset();
-  if (shared.dwDriverStatus == 0) {
-    shared.dwDriverStatus = Drv_Remove(kServiceName) == 0 ? 1 : 0;
+  if (shared_.dwDriverStatus == 0) {
+    shared_.dwDriverStatus = Drv_Remove(KGATED_NAME) == ServiceResult::kDone ? 1 : 0;
   }
-  shared.hDriver = InvalidHandle();
+  shared_.hDriver = InvalidHandle();
 }
 
 bool Driver::Send(Request request, uint32_t bytes) {
@@ -171,7 +162,7 @@ bool Driver::Send(Request request, void* buffer, uint32_t bytes) {
   if (!device_) return false;
   const RequestCode& code = kRequestCodes[static_cast<size_t>(request)];
   uint32_t returned = 0;
-  return device_->Control(Shared().dwIsNT != 0 ? code.nt : code.vxd, buffer, bytes, buffer, bytes,
+  return device_->Control(AccessIsDirect() ? code.nt : code.vxd, buffer, bytes, buffer, bytes,
                           &returned);
 }
 

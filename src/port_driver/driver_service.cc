@@ -1,39 +1,36 @@
+// The driver as a service: it starts on demand, and a registration of its name that is still there
+// may name another image, so that one is removed first.
+
 #include <string>
 
-#include "platform/platform.h"
 #include "port_driver/driver.h"
 
 namespace brisk {
-namespace {
 
-constexpr uint32_t kDone = 0;
-constexpr uint32_t kFailed = 1;
-constexpr uint32_t kCannotOpen = 2;
-
-}  // namespace
-
-uint32_t Driver::Drv_Remove(const char* serviceName) {
-  auto manager = platform().services.Connect();
-  if (!manager) return kFailed;
+Driver::ServiceResult Driver::Drv_Remove(const char* serviceName) {
+  auto manager = system_.services.Connect();
+  if (!manager) return ServiceResult::kFailed;
   const auto service = manager->Open(serviceName);
   manager.reset();
-  if (!service) return kCannotOpen;
+  if (!service) return ServiceResult::kCannotOpen;
   const uint32_t stopped = service->Stop();
-  if (stopped != 0 && stopped != kServiceNotActive) return kFailed;
-  return service->Delete() == 0 ? kDone : kFailed;
+  if (stopped != 0 && stopped != kServiceNotActive) return ServiceResult::kFailed;
+  return service->Delete() == 0 ? ServiceResult::kDone : ServiceResult::kFailed;
 }
 
-uint32_t Driver::Drv_Install(const char* serviceName, const char* fileName, bool demandStart) {
-  Drv_Remove(serviceName);  // a stale registration may name another image
-  auto manager = platform().services.Connect();
-  if (!manager) return kFailed;
-  const std::string path = platform().system.SystemDirectory() + "\\Drivers\\" + fileName;
+Driver::ServiceResult Driver::Drv_Install(const char* serviceName, const char* fileName,
+                                          bool demandStart) {
+  static_cast<void>(Drv_Remove(serviceName));
+  auto manager = system_.services.Connect();
+  if (!manager) return ServiceResult::kFailed;
+  const std::string path = system_.system.SystemDirectory() + "\\Drivers\\" + fileName;
   manager->CreateDriver(serviceName, path.c_str(), demandStart);  // fails when it exists: harmless
   const auto service = manager->Open(serviceName);
   manager.reset();
-  if (!service) return kCannotOpen;
+  if (!service) return ServiceResult::kCannotOpen;
   const uint32_t started = service->Start();
-  return started == 0 || started == kServiceAlreadyRunning ? kDone : kFailed;
+  return started == 0 || started == kServiceAlreadyRunning ? ServiceResult::kDone
+                                                           : ServiceResult::kFailed;
 }
 
 }  // namespace brisk

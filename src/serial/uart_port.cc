@@ -3,47 +3,41 @@
 #include <algorithm>
 #include <string>
 
-#include "base/debug.h"
-#include "platform/platform.h"
-
 namespace brisk::serial {
 namespace {
 
 constexpr uint32_t kTokenTimeoutMs = 1000;
 
-int64_t Milliseconds() {
-  Clock& clock = platform().clock;
-  const int64_t frequency = clock.PerformanceFrequency();
-  const int64_t count = clock.PerformanceCounter();
+}  // namespace
+
+int64_t Stopwatch::Milliseconds() const {
+  const int64_t frequency = clock_.PerformanceFrequency();
+  const int64_t count = clock_.PerformanceCounter();
   // In two steps: a nanosecond counter times 1000 overflows after 106 days.
   return count / frequency * 1000 + count % frequency * 1000 / frequency;
 }
-
-}  // namespace
-
-Stopwatch::Stopwatch() : start_(Milliseconds()) {}
 
 bool Stopwatch::Exceeds(uint32_t milliseconds) const {
   return Milliseconds() - start_ > int64_t{milliseconds};
 }
 
-bool RateIsUsable(uint32_t rate, const char* caller) {
-  if (rate == 0) debugLog.Print(0, "%s fails : the rate is 0\n", caller);
+bool UartPort::RateIsUsable(uint32_t rate, const char* caller) {
+  if (rate == 0) log_.Print(0, "%s fails : the rate is 0\n", caller);
   return rate != 0;
 }
 
-bool UartPort::Open(uint8_t number, uint32_t bitsPerSecond) {
+Status UartPort::Open(uint8_t number, uint32_t bitsPerSecond) {
   std::string whyNot;
-  port_ = platform().serialPorts.Open(number, &whyNot);
+  port_ = ports_.Open(number, &whyNot);
   if (port_ == nullptr) {
     // The line that tools know, whichever bridge connects.
-    debugLog.Print(0, "uart_connect fails : can't open the com port\n");
-    if (!whyNot.empty()) debugLog.Print(0, "%s\n", whyNot.c_str());
-    return false;
+    log_.Print(0, "uart_connect fails : can't open the com port\n");
+    if (!whyNot.empty()) log_.Print(0, "%s\n", whyNot.c_str());
+    return Cause::kNoAdapter;
   }
   port_->Configure(bitsPerSecond);
-  dropFirst_ = false;
-  return true;
+  outOfStep_ = false;
+  return {};
 }
 
 int UartPort::Close() {
@@ -55,22 +49,22 @@ int UartPort::Close() {
 
 void UartPort::uart_write(const uint8_t* bytes, size_t count) {
   if (port_ == nullptr) return;
-  if (dropFirst_) DropWaiting();
+  if (outOfStep_) BringIntoStep();
   port_->Write(bytes, count);
 }
 
+void UartPort::uart_write(std::string_view text) {
+  uart_write(reinterpret_cast<const uint8_t*>(text.data()), text.size());
+}
+
 // Only what is there now, so that a line that never falls silent holds nothing up.
-void UartPort::DropWaiting() {
+void UartPort::BringIntoStep() {
   uint8_t dropped[256];
   for (size_t waiting = uart_bytes_waiting(); waiting != 0;) {
     const size_t read = uart_read(dropped, std::min(waiting, sizeof dropped));
     if (read == 0) return;
     waiting -= read;
   }
-}
-
-void UartPort::uart_write(std::string_view text) {
-  uart_write(reinterpret_cast<const uint8_t*>(text.data()), text.size());
 }
 
 size_t UartPort::uart_read(uint8_t* buffer, size_t count) {
@@ -83,50 +77,33 @@ size_t UartPort::TakeWaiting(uint8_t* buffer, size_t count) {
   return uart_bytes_waiting() == 0 ? 0 : uart_read(buffer, count);
 }
 
-void UartPort::Yield() { platform().clock.Sleep(0); }
-
 bool UartPort::uart_wait_token(std::string_view token) {
-  const Stopwatch watch;
   std::string received;  // its last bytes, as many as the token has
-  for (;;) {
+  return Wait(kTokenTimeoutMs, [&] {
     uint8_t byte = 0;
-    const bool came = TakeWaiting(&byte, 1) != 0;
-    if (came) {
-      if (received.size() == token.size()) received.erase(0, 1);
-      received += static_cast<char>(byte);
-      if (received == token) return true;
-    }
-    if (watch.Exceeds(kTokenTimeoutMs)) return false;
-    if (!came) Yield();
-  }
+    if (TakeWaiting(&byte, 1) == 0) return Came::kNothing;
+    if (received.size() == token.size()) received.erase(0, 1);
+    received += static_cast<char>(byte);
+    return received == token ? Came::kWanted : Came::kSomething;
+  });
 }
 
 size_t UartPort::WaitBytes(uint8_t* buffer, size_t count) {
-  const Stopwatch watch;
-  for (;;) {
-    const size_t came = TakeWaiting(buffer, count);
-    if (came != 0 || watch.Exceeds(ReplyTimeout())) {
-      NoteReply(came != 0);
-      return came;
-    }
-    Yield();
-  }
+  size_t came = 0;
+  const bool inTime = WaitReply([&] {
+    came = TakeWaiting(buffer, count);
+    return came != 0 ? Came::kWanted : Came::kNothing;
+  });
+  if (inTime) outOfStep_ = false;
+  return came;
 }
 
-bool UartPort::WaitByte(uint8_t* byte) { return WaitBytes(byte, 1) != 0; }
-
 bool UartPort::WaitMarker(uint8_t marker) {
-  const Stopwatch watch;
-  for (;;) {
+  return WaitReply([&] {
     uint8_t byte = 0;
-    const bool came = TakeWaiting(&byte, 1) != 0;
-    if (came && byte == marker) return true;
-    if (watch.Exceeds(ReplyTimeout())) {
-      NoteReply(false);
-      return false;
-    }
-    if (!came) Yield();
-  }
+    if (TakeWaiting(&byte, 1) == 0) return Came::kNothing;
+    return byte == marker ? Came::kWanted : Came::kSomething;
+  });
 }
 
 }  // namespace brisk::serial

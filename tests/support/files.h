@@ -38,6 +38,13 @@ inline std::vector<uint8_t> RandomBytes(size_t count, uint32_t seed = 1) {
   return bytes;
 }
 
+// FNV-1a: large results are compared by what they hash to. `digest` is that of the bytes before.
+template <typename Values>
+uint32_t Digest(const Values& values, uint32_t digest = 2166136261U) {
+  for (const auto value : values) digest = (digest ^ static_cast<uint32_t>(value)) * 16777619U;
+  return digest;
+}
+
 inline void WriteFile(const std::string& path, const std::vector<uint8_t>& bytes) {
   std::ofstream file(path, std::ios::binary);
   file.write(reinterpret_cast<const char*>(bytes.data()),

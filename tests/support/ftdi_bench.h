@@ -2,35 +2,36 @@
 
 #include <cstdint>
 #include <gtest/gtest.h>
+#include <mutex>
 #include <string>
 #include <vector>
 
 #include "brisk/brisk.h"
 #include "brisk/brisk_ftdi.h"
 
-#include "adapters/ftdi/engine_owner.h"
+#include "api/instance.h"
 #include "bench_test.h"
 #include "sim/adapters/ftdi/d2xx_functions.h"
 
 namespace brisk {
 
-using Bytes = std::vector<uint8_t>;
-using Writes = std::vector<Bytes>;
+using ByteVector = std::vector<uint8_t>;
+using Writes = std::vector<ByteVector>;
 
-inline Bytes Joined(const Writes& writes) {
-  Bytes all;
-  for (const Bytes& bytes : writes) all.insert(all.end(), bytes.begin(), bytes.end());
+inline ByteVector Joined(const Writes& writes) {
+  ByteVector all;
+  for (const ByteVector& bytes : writes) all.insert(all.end(), bytes.begin(), bytes.end());
   return all;
 }
 
-inline Bytes operator+(Bytes left, const Bytes& right) {
+inline ByteVector operator+(ByteVector left, const ByteVector& right) {
   left.insert(left.end(), right.begin(), right.end());
   return left;
 }
 
 // The same bytes several times over.
-inline Bytes Times(unsigned count, const Bytes& bytes) {
-  Bytes all;
+inline ByteVector Times(unsigned count, const ByteVector& bytes) {
+  ByteVector all;
   for (unsigned i = 0; i < count; ++i) all.insert(all.end(), bytes.begin(), bytes.end());
   return all;
 }
@@ -44,10 +45,21 @@ class FtdiTest : public BenchTest {
   static constexpr const char* kQuad = "Quad RS232-HS A";
   static constexpr const char* kSecond = "Dual RS232 second A";
 
-  ~FtdiTest() override { ftdi::EngineOwner::Instance().Release(); }
+  ~FtdiTest() override { Release(); }
+
+  // What these tests reach of the library itself: the engine, which lives until it is released, and
+  // its lock; while a Held lives, the deferring thread cannot act.
+  static ftdi::EngineOwner& Owner() { return AttachedInstance()->ftdi().engine(); }
+  // What the library keeps of FTDI chips goes before their bench does.
+  static void Release() {
+    if (Instance* instance = AttachedInstance()) instance->ftdi().Close();
+  }
+  struct Held {
+    std::lock_guard<RecursiveLock> lock{Owner().lock()};
+  };
 
   static void Connect(const std::string& adapters, const std::string& more = "") {
-    ftdi::EngineOwner::Instance().Release();
+    Release();
     Configure("adapter=" + adapters + more);
   }
 

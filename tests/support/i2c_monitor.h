@@ -27,6 +27,7 @@ class I2cMonitor : public sim::I2cDevice {
 
  private:
   void Condition(bool stop) {
+    if (stop && !busy_) return;  // of nothing
     Add(stop ? "P" : busy_ ? "Sr" : "S");
     busy_ = !stop;
     bits_ = 0;

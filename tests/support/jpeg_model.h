@@ -1,19 +1,18 @@
 #pragma once
 
 #include <array>
-#include <cmath>
 #include <cstdint>
-#include <functional>
+#include <cstdlib>
 #include <random>
+#include <utility>
 #include <vector>
 
 namespace brisk {
 
 constexpr size_t Size(int value) { return static_cast<size_t>(value); }
 
-// A JPEG picture as its quantised coefficients. From them come the file, by an encoder of the
-// simplest kind, and the picture that a decoder must make of it, by the arithmetic written down
-// term by term; neither knows anything of the decoder under test.
+// A JPEG picture as its quantised coefficients, and the file of it by an encoder of the simplest
+// kind: for what other encoders do not make.
 struct JpegModel {
   using Block = std::array<int32_t, 64>;  // zigzag order
 
@@ -74,147 +73,6 @@ struct JpegModel {
   }
 };
 
-// The position of each coefficient on the walk along the diagonals.
-inline std::array<int, 64> WalkZigzag() {
-  std::array<int, 64> natural{};
-  int x = 0;
-  int y = 0;
-  for (int k = 0; k < 64; ++k) {
-    natural[Size(k)] = 8 * y + x;
-    const bool up = (x + y) % 2 == 0;
-    // At an edge the walk steps along it; inside, along the diagonal.
-    if (up ? x == 7 : x == 0 && y != 7) {
-      ++y;
-    } else if (up ? y == 0 : y == 7) {
-      ++x;
-    } else {
-      x += up ? 1 : -1;
-      y += up ? -1 : 1;
-    }
-  }
-  return natural;
-}
-
-// Wraps to 32 bits, as the decoder's arithmetic does.
-inline int64_t Wrap(int64_t value) { return static_cast<int32_t>(static_cast<uint64_t>(value)); }
-
-inline std::array<int64_t, 8> SlowTransform(const std::array<int64_t, 8>& in, int64_t scale) {
-  const auto factor = [](double real) { return static_cast<int64_t>(std::lround(real * 8192)); };
-  int64_t z1 = (in[2] + in[6]) * factor(0.541196100);
-  const int64_t tmp2 = z1 - in[6] * factor(1.847759065);
-  const int64_t tmp3 = z1 + in[2] * factor(0.765366865);
-  const int64_t tmp0 = (in[0] + in[4]) * scale;
-  const int64_t tmp1 = (in[0] - in[4]) * scale;
-  const int64_t tmp10 = tmp0 + tmp3;
-  const int64_t tmp13 = tmp0 - tmp3;
-  const int64_t tmp11 = tmp1 + tmp2;
-  const int64_t tmp12 = tmp1 - tmp2;
-  int64_t t0 = in[7];
-  int64_t t1 = in[5];
-  int64_t t2 = in[3];
-  int64_t t3 = in[1];
-  z1 = t0 + t3;
-  int64_t z2 = t1 + t2;
-  int64_t z3 = t0 + t2;
-  int64_t z4 = t1 + t3;
-  const int64_t z5 = (z3 + z4) * factor(1.175875602);
-  t0 *= factor(0.298631336);
-  t1 *= factor(2.053119869);
-  t2 *= factor(3.072711026);
-  t3 *= factor(1.501321110);
-  z1 *= -factor(0.899976223);
-  z2 *= -factor(2.562915447);
-  z3 = z3 * -factor(1.961570560) + z5;
-  z4 = z4 * -factor(0.390180644) + z5;
-  t0 += z1 + z3;
-  t1 += z2 + z4;
-  t2 += z2 + z3;
-  t3 += z1 + z4;
-  return {Wrap(tmp10 + t3), Wrap(tmp11 + t2), Wrap(tmp12 + t1), Wrap(tmp13 + t0),
-          Wrap(tmp13 - t0), Wrap(tmp12 - t1), Wrap(tmp11 - t2), Wrap(tmp10 - t3)};
-}
-
-// Dequantised coefficients in natural order to 64 samples.
-inline std::array<uint8_t, 64> SlowInverseDct(const std::array<int32_t, 64>& coefficients) {
-  std::array<std::array<int64_t, 8>, 8> work{};  // work[y][x]
-  for (size_t x = 0; x < 8; ++x) {
-    std::array<int64_t, 8> in{};
-    bool flat = true;
-    for (size_t y = 0; y < 8; ++y) {
-      in[y] = coefficients[8 * y + x];
-      flat = flat && (y == 0 || in[y] == 0);
-    }
-    const auto out = SlowTransform(in, 8192);
-    for (size_t y = 0; y < 8; ++y) work[y][x] = flat ? Wrap(in[0] * 8192) : out[y];
-  }
-  std::array<uint8_t, 64> samples{};
-  for (size_t y = 0; y < 8; ++y) {
-    std::array<int64_t, 8> in = work[y];
-    bool flat = true;
-    for (size_t x = 1; x < 8; ++x) flat = flat && in[x] == 0;
-    for (const size_t x : {1, 2, 3, 5, 6, 7}) in[x] >>= 11;
-    const auto out = SlowTransform(in, 4);
-    for (size_t x = 0; x < 8; ++x) {
-      const int64_t value = (flat ? in[0] >> 16 : out[x] >> 18) + 128;
-      samples[8 * y + x] = static_cast<uint8_t>(value < 0 ? 0 : value > 255 ? 255 : value);
-    }
-  }
-  return samples;
-}
-
-inline uint8_t SlowClamp(int value) {
-  return static_cast<uint8_t>(value < 0 ? 0 : value > 255 ? 255 : value);
-}
-
-// Blue, green, red.
-inline std::array<uint8_t, 3> SlowColour(int y, int cb, int cr) {
-  const auto term = [](double factor, int chroma) {
-    return static_cast<int>(std::trunc(factor * (chroma - 128)));
-  };
-  return {SlowClamp(y + term(1.772, cb)), SlowClamp(y + term(-0.34414, cb) + term(-0.71414, cr)),
-          SlowClamp(y + term(1.402, cr))};
-}
-
-// Rows of blue, green, red without padding.
-inline std::vector<uint8_t> SlowDecode(const JpegModel& model) {
-  const auto zigzag = WalkZigzag();
-  const int width = model.OutputWidth();
-  const int height = model.OutputHeight();
-  std::array<std::vector<int>, 3> planes;  // at full size
-  for (size_t c = 0; c < 3; ++c) {
-    planes[c].resize(Size(width * height));
-    const auto& component = model.components[c];
-    const int perMcu = component.horizontal * component.vertical;
-    const int stretchX = model.components[0].horizontal / component.horizontal;
-    const int stretchY = model.components[0].vertical / component.vertical;
-    for (int i = 0; i < static_cast<int>(model.blocks[c].size()); ++i) {
-      std::array<int32_t, 64> coefficients{};
-      for (size_t k = 0; k < 64; ++k) {
-        coefficients[Size(zigzag[k])] = static_cast<int32_t>(Wrap(
-            int64_t{model.blocks[c][Size(i)][k]} * model.quantisation[Size(component.table)][k]));
-      }
-      const auto samples = SlowInverseDct(coefficients);
-      const int mcu = i / perMcu;
-      const int left =
-          (mcu % model.McuColumns() * component.horizontal + i % perMcu % component.horizontal) * 8;
-      const int top =
-          (mcu / model.McuColumns() * component.vertical + i % perMcu / component.horizontal) * 8;
-      for (int y = 0; y < 8 * stretchY; ++y) {
-        for (int x = 0; x < 8 * stretchX; ++x) {
-          planes[c][Size((top * stretchY + y) * width + left * stretchX + x)] =
-              samples[Size(y / stretchY * 8 + x / stretchX)];
-        }
-      }
-    }
-  }
-  std::vector<uint8_t> pixels(Size(3 * width * height));
-  for (size_t i = 0; i < Size(width * model.height); ++i) {
-    const auto bgr = SlowColour(planes[0][i], planes[1][i], planes[2][i]);
-    for (size_t k = 0; k < 3; ++k) pixels[3 * i + k] = bgr[k];
-  }
-  return pixels;
-}
-
 // Codes of every length class: short ones, ones that just fit a small lookup, and long ones.
 struct ModelTable {
   std::array<uint8_t, 16> counts{};
@@ -231,25 +89,16 @@ struct ModelTable {
     }
   }
 
-  static ModelTable Dc() {
+  // How many codes there are of which length; the symbols follow one another by `step`.
+  static ModelTable Make(const std::vector<std::pair<int, int>>& lengths, int symbols, int first,
+                         int step) {
     ModelTable table;
-    table.counts[2] = 4;   // length 3
-    table.counts[4] = 6;   // length 5
-    table.counts[11] = 6;  // length 12
-    for (int i = 0; i < 16; ++i) table.symbols.push_back(static_cast<uint8_t>((i * 7 + 2) % 16));
-    table.Number();
-    return table;
-  }
-
-  static ModelTable Ac() {
-    ModelTable table;
-    table.counts[1] = 1;
-    table.counts[3] = 4;
-    table.counts[5] = 8;
-    table.counts[8] = 60;
-    table.counts[11] = 80;
-    table.counts[15] = 103;
-    for (int i = 0; i < 256; ++i) table.symbols.push_back(static_cast<uint8_t>(i * 37 % 256));
+    for (const auto& [length, count] : lengths) {
+      table.counts[Size(length - 1)] = static_cast<uint8_t>(count);
+    }
+    for (int i = 0; i < symbols; ++i) {
+      table.symbols.push_back(static_cast<uint8_t>((first + i * step) % symbols));
+    }
     table.Number();
     return table;
   }
@@ -397,8 +246,9 @@ class JpegEncoder {
   }
 
   const JpegModel& model_;
-  const ModelTable dc_ = ModelTable::Dc();
-  const ModelTable ac_ = ModelTable::Ac();
+  const ModelTable dc_ = ModelTable::Make({{3, 4}, {5, 6}, {12, 6}}, 16, 2, 7);
+  const ModelTable ac_ =
+      ModelTable::Make({{2, 1}, {4, 4}, {6, 8}, {9, 60}, {12, 80}, {16, 103}}, 256, 0, 37);
   std::vector<uint8_t> file_;
   uint8_t byte_ = 0;
   unsigned bits_ = 0;

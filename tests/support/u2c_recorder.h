@@ -1,13 +1,13 @@
 #pragma once
 
 #include <cstdint>
-#include <cstdio>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <string>
 
 #include "brisk/brisk_types.h"
 
+#include "calls.h"
 #include "sim/config/bench.h"
 
 namespace brisk::u2c_recorder {
@@ -30,16 +30,6 @@ inline int32_t Answer(int32_t given, const std::string& call) {
   EXPECT_EQ(given, recorder.handle) << call;
   Note(call);
   return recorder.status;
-}
-
-inline std::string Hex(const uint8_t* bytes, size_t count) {
-  std::string text;
-  char digits[4];
-  for (size_t i = 0; i < count; ++i) {
-    std::snprintf(digits, sizeof digits, "%02X", unsigned{bytes[i]});
-    text += digits;
-  }
-  return text;
 }
 
 template <int kLetter>

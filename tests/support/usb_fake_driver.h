@@ -6,13 +6,16 @@
 #include <gtest/gtest.h>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "contracts/tcon_driver.h"
 #include "platform/device_control.h"
+#include "sim/config/bench.h"
+#include "usb_board.h"
 
-namespace brisk::usb {
+namespace brisk::tcon_board {
 
 // A driver whose every answer a test gives.
 struct FakeDriver final : DeviceInterfaces {
@@ -101,7 +104,7 @@ struct FakeDriver final : DeviceInterfaces {
     Reply reply;
     uint32_t waited = 0;
   };
-  struct OpenDevice final : Device {
+  struct OpenDevice final : OpenedDevice {
     explicit OpenDevice(FakeDriver& owner) : driver(owner) { ++driver.open; }
     ~OpenDevice() override { --driver.open; }
     bool Control(uint32_t code, const void* in, uint32_t inSize, void* out, uint32_t outSize,
@@ -121,4 +124,48 @@ struct FakeDriver final : DeviceInterfaces {
   };
 };
 
-}  // namespace brisk::usb
+inline std::vector<uint8_t> DeviceBytes(uint16_t vendor, uint8_t configs) {
+  std::vector<uint8_t> bytes = {18, 1,    0,    2,    0xFF, 0, 0, 64, 0,
+                                0,  0x13, 0x86, 0x01, 0xA0, 1, 2, 0,  configs};
+  bytes[8] = static_cast<uint8_t>(vendor);
+  bytes[9] = static_cast<uint8_t>(vendor >> 8);
+  return bytes;
+}
+
+inline const std::vector<uint8_t> kConfig = {
+    9, 2, 46,   0, 1,    1,    0, 0x80, 50,  //
+    9, 4, 0,    0, 4,    0xFF, 1, 2,    0,   //
+    7, 5, 0x02, 2, 0x00, 0x02, 0,            // bulk out, 512
+    7, 5, 0x86, 2, 0x00, 0x02, 0,            // bulk in, 512
+    7, 5, 0x88, 1, 0x00, 0x14, 1,            // isochronous in, 3 x 1024
+    7, 5, 0x81, 3, 64,   0,    1};           // interrupt in
+
+class UsbDevice : public testing::Test {
+ protected:
+  UsbDevice() {
+    EXPECT_EQ(sim::ReplaceBench("adapter=lpt"), "");
+    sim::bench().deviceInterfaces().Connect(&driver);
+    for (const char* path : {"first", "second"}) {
+      sim::bench().devices().Add(
+          path, [this, path](const DeviceOpenMode& mode) -> std::unique_ptr<OpenedDevice> {
+            EXPECT_TRUE(mode.overlapped && mode.shareRead && mode.shareWrite && mode.write);
+            opened += path[0];
+            if (refused.contains(opened.size())) return nullptr;
+            if (vendors.contains(path)) {
+              driver.descriptors[0x0100] = DeviceBytes(vendors[path], 1);
+            }
+            return std::make_unique<FakeDriver::OpenDevice>(driver);
+          });
+    }
+    driver.descriptors[0x0100] = DeviceBytes(0x04B4, 1);
+    driver.descriptors[0x0200] = kConfig;
+  }
+  ~UsbDevice() override { sim::ReplaceBench("adapter=lpt"); }
+
+  FakeDriver driver;
+  std::map<std::string, uint16_t> vendors;  // by path, where it matters
+  std::string opened;                       // first letters of the paths, refused ones included
+  std::set<size_t> refused;                 // which openings, from 1
+};
+
+}  // namespace brisk::tcon_board

@@ -1,24 +1,8 @@
 #include "sim/adapters/bridges/bridge_adapter.h"
 
-#include <utility>
-
-#include "sim/config/bench.h"
+#include "sim/common/faults.h"
 
 namespace brisk::sim {
-namespace {
-
-constexpr unsigned kUartPort = 3;
-constexpr unsigned kTextPort = 7;
-
-std::unique_ptr<Adapter> Plug(Bench& bench, unsigned number, FirmwareMaker firmware) {
-  auto adapter = std::make_unique<BridgeAdapter>(firmware, bench);
-  bench.serialPorts().Add(number, [bridge = adapter.get(), number](std::string* whyNot) {
-    return bridge->Open(number, whyNot);
-  });
-  return adapter;
-}
-
-}  // namespace
 
 class BridgeAdapter::Port final : public SerialPort {
  public:
@@ -50,22 +34,19 @@ class BridgeAdapter::Port final : public SerialPort {
   bool closed_ = false;
 };
 
-BridgeAdapter::BridgeAdapter(FirmwareMaker firmware, Bench& bench)
-    : faults_(bench.faults()), line_(firmware, bench.board(), bench.clock(), bench.faults()) {}
+BridgeAdapter::BridgeAdapter(FirmwareMaker firmware, const Site& site, SerialSockets& ports,
+                             unsigned number)
+    : faults_(site.faults), ports_(ports), number_(number), line_(firmware, site) {
+  ports_.Add(number_, [this](std::string* whyNot) { return Open(whyNot); });
+}
 
-std::unique_ptr<SerialPort> BridgeAdapter::Open(unsigned number, std::string* whyNot) {
+BridgeAdapter::~BridgeAdapter() { ports_.Remove(number_); }
+
+std::unique_ptr<SerialPort> BridgeAdapter::Open(std::string* whyNot) {
   const char* reason = open_ ? ": in use" : ": unplugged";
   if (!open_ && !faults_.Active(FaultKind::kLineGone)) return std::make_unique<Port>(*this);
-  if (whyNot != nullptr) *whyNot = "COM" + std::to_string(number) + reason;
+  if (whyNot != nullptr) *whyNot = "COM" + std::to_string(number_) + reason;
   return nullptr;
-}
-
-std::unique_ptr<Adapter> MakeUartBridge(Bench& bench, std::string* /*whyNot*/) {
-  return Plug(bench, kUartPort, MakeUartFirmware);
-}
-
-std::unique_ptr<Adapter> MakeTextBridge(Bench& bench, std::string* /*whyNot*/) {
-  return Plug(bench, kTextPort, MakeTextFirmware);
 }
 
 }  // namespace brisk::sim

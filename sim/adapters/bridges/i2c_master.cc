@@ -1,6 +1,11 @@
+// Quarters of a bit; a change comes at the end of its quarter:
+//
+//   START   SDA released | SCL released | SDA low | SCL low
+//   a bit   SCL low | SDA | SCL released, SDA sampled | SCL low
+//   STOP    SDA low | SCL released | SDA released
 #include "sim/adapters/bridges/i2c_master.h"
 
-#include "sim/pc/virtual_clock.h"
+#include "sim/common/virtual_clock.h"
 
 namespace brisk::sim {
 

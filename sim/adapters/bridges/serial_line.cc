@@ -4,9 +4,8 @@
 #include <iterator>
 #include <utility>
 
-#include "sim/board/board.h"
-#include "sim/config/faults.h"
-#include "sim/pc/virtual_clock.h"
+#include "sim/common/faults.h"
+#include "sim/common/virtual_clock.h"
 
 namespace brisk::sim {
 namespace {
@@ -19,8 +18,8 @@ constexpr uint8_t kJunk[] = {0x00, 0x7E, 0x55, 0x0D};
 
 }  // namespace
 
-SerialLine::SerialLine(FirmwareMaker firmware, Board& board, VirtualClock& clock, Faults& faults)
-    : clock_(clock), faults_(faults), firmware_(firmware({board, clock, faults, *this})) {}
+SerialLine::SerialLine(FirmwareMaker firmware, const Site& site)
+    : clock_(site.clock), faults_(site.faults), firmware_(firmware(site, *this)) {}
 
 void SerialLine::SetRate(uint32_t bitsPerSecond) {
   byteNs_ = bitsPerSecond == 0 ? 0 : 10'000'000'000ULL / bitsPerSecond;
@@ -83,21 +82,10 @@ void SerialLine::Put(uint8_t value, uint64_t notBefore) {
 
 void SerialLine::Answer(std::span<const uint8_t> bytes) {
   if (faults_.Strikes(FaultKind::kLineSilent)) return;
-  uint64_t at = BridgeTime();
-  uint64_t number = 0;
-  if (faults_.Strikes(FaultKind::kLineDelay)) {
-    faults_.Number(FaultKind::kLineDelay, &number);
-    at += number * kNsPerMs;
-  }
-  if (faults_.Strikes(FaultKind::kLineJunk)) {
-    faults_.Number(FaultKind::kLineJunk, &number);
-    for (uint64_t i = 0; i < number; ++i) Put(kJunk[i % std::size(kJunk)], at);
-  }
-  uint64_t gap = 0;
-  if (faults_.Strikes(FaultKind::kLineSplit)) {
-    faults_.Number(FaultKind::kLineSplit, &gap);
-    gap *= kNsPerMs;
-  }
+  uint64_t at = BridgeTime() + faults_.Amount(FaultKind::kLineDelay) * kNsPerMs;
+  const uint64_t junk = faults_.Amount(FaultKind::kLineJunk);
+  for (uint64_t i = 0; i < junk; ++i) Put(kJunk[i % std::size(kJunk)], at);
+  const uint64_t gap = faults_.Amount(FaultKind::kLineSplit) * kNsPerMs;
   for (const uint8_t value : bytes) {
     Put(value, at);
     at = toPcFree_ + gap;

@@ -12,18 +12,12 @@
 
 namespace brisk::sim {
 
-class Board;
-class Faults;
-class VirtualClock;
-
-using FirmwareMaker = std::unique_ptr<BridgeFirmware> (*)(const BridgeParts& parts);
-
 // A serial line with a bridge at its far end. Each byte takes ten bit times, in each direction, and
 // the bridge works while the PC looks at the line: what it does is dated by the bytes' arrival. The
 // bridge follows the PC's rate.
 class SerialLine final : public BridgeLine {
  public:
-  SerialLine(FirmwareMaker firmware, Board& board, VirtualClock& clock, Faults& faults);
+  SerialLine(FirmwareMaker firmware, const Site& site);
 
   // 0 = bytes take no time.
   void SetRate(uint32_t bitsPerSecond);
@@ -33,6 +27,7 @@ class SerialLine final : public BridgeLine {
   // The PC's side. What is sent goes out now, or did so at the time that the caller knows better.
   void Send(std::span<const uint8_t> bytes);
   void Send(std::span<const uint8_t> bytes, uint64_t at);
+  // What has arrived by now; Take returns how much of it there was. An unplugged line has nothing.
   size_t Waiting();
   size_t Take(uint8_t* buffer, size_t count);
   void DropReceived() { toPc_.clear(); }
@@ -44,6 +39,7 @@ class SerialLine final : public BridgeLine {
   // Every byte that the PC sent since the last call.
   std::vector<uint8_t> TakeSent();
 
+  // The bridge's side. Faults of the line (silence, delays, junk) strike here, an answer at a time.
   void Answer(std::span<const uint8_t> bytes) override;
 
  private:
@@ -65,11 +61,11 @@ class SerialLine final : public BridgeLine {
   uint64_t leastPause_ = 100'000;
   std::deque<Byte> toBridge_;
   std::deque<Byte> toPc_;
-  uint64_t toBridgeFree_ = 0;
-  uint64_t toPcFree_ = 0;
-  uint64_t bridgeFree_ = 0;  // when the bridge has done what it was doing last
-  uint64_t eventAt_ = 0;     // when it began that, on its own time
-  uint64_t eventBegun_ = 0;  // and on the clock
+  uint64_t toBridgeFree_ = 0;  // when the last byte on the line has passed
+  uint64_t toPcFree_ = 0;      // likewise
+  uint64_t bridgeFree_ = 0;    // when the bridge has done what it was doing last
+  uint64_t eventAt_ = 0;       // when it began that, on its own time
+  uint64_t eventBegun_ = 0;    // and on the clock
   std::vector<uint8_t> sent_;
   std::unique_ptr<BridgeFirmware> firmware_;
 };

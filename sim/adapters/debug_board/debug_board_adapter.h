@@ -4,12 +4,13 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <vector>
 
-#include "brisk/brisk_types.h"
-
+#include "contracts/debug_board.h"
+#include "sim/adapters/adapter.h"
+#include "sim/adapters/plugged.h"
 #include "sim/board/board_master.h"
-#include "sim/config/adapter.h"
-#include "sim/config/bench.h"
+#include "sim/pc/connectors.h"
 
 namespace brisk::sim {
 
@@ -20,54 +21,51 @@ namespace brisk::sim {
 // which a packet on pipe 0 in place of the reply's or status byte's transfer already is.
 class DebugBoardAdapter final : public Adapter {
  public:
-  static constexpr size_t kPacket = 64;
-
-  explicit DebugBoardAdapter(Bench& bench);
+  DebugBoardAdapter(const Site& site, LibraryShelf& libraries);
   ~DebugBoardAdapter() override;
 
+  // False once a fault has unplugged the board, for good.
   bool Present();
+  // False when the transfer failed: no board, a stall, a time-out, or a packet out of order.
   bool WritePipe0(std::span<const uint8_t> packet);
   // The reply, or the status byte. The result is the bytes that came, 0 when the transfer failed.
   size_t ReadPipe1(std::span<uint8_t> packet);
 
   uint8_t port(uint8_t number) const { return ports_[number]; }
   void SetPort(uint8_t number, uint8_t value) { ports_[number] = value; }
-  uint8_t lptOutput() const { return lptOutput_; }  // as it left the board, mirrored
-  std::span<const uint8_t> pll() const { return pll_; }
   // System handles that the library's user still holds.
   int openHandles = 0;
 
  private:
   enum class Expects : uint8_t { kCommand, kData, kReply, kStatus };
+  struct FlashCommand;
+  static const FlashCommand kFlashCommands[];
 
   bool Answers();
-  void Execute();
-  bool Ports();
-  bool Flash();
-  bool Registers();
-  void Script();
+  void CommandCame();
+  // What a command packet asks for, with its data packet. False = status 1, here and below.
+  bool Execute();
+  bool WriteRegister();
+  bool ReadRegister();
+  bool Flash(const FlashCommand& command);
+  // Steps that cannot be done where they stand count as failed; the script goes on.
+  bool Script();
   bool ScriptStep(size_t at, bool reading, bool* end);
-  void FlashCommand(uint8_t code, bool withAddress);
 
-  Bench& bench_;
+  const Site site_;
+  LibraryShelf& libraries_;
   BoardMaster master_;
   Expects expects_ = Expects::kCommand;
-  std::array<uint8_t, kPacket> command_{};
-  std::array<uint8_t, kPacket> data_{};
+  debug_board::Packet command_{};
+  debug_board::Packet data_{};
   uint8_t status_ = 0;
   bool gone_ = false;
   std::array<uint8_t, 256> ports_{};
-  uint8_t lptOutput_ = 0;
-  std::array<uint8_t, 14> pll_{};
+  uint8_t lptOutput_ = 0;  // as it left the board, mirrored
+  const Plugged<DebugBoardAdapter> plugged_{*this};
 };
 
-std::unique_ptr<Adapter> MakeDebugBoard(Bench& bench, std::string* whyNot);
-
-// The library's functions, on the board of the current bench. Handles are opaque.
-void* BRISK_CALL WinIoOpenDev();
-void* BRISK_CALL WinIoOpenPipe(const char* name);
-uint32_t BRISK_CALL WinIoBulkWrite(void* pipe, void* buffer, uint32_t length, uint32_t* count);
-uint32_t BRISK_CALL WinIoBulkRead(void* pipe, void* buffer, uint32_t length, uint32_t* count);
-void BRISK_CALL WinIoCloseHandle(void* handle);
+// The functions of the board's library, WinIo, on the board that is plugged in.
+std::vector<LibraryShelf::Symbol> WinIoSymbols();
 
 }  // namespace brisk::sim

@@ -1,3 +1,6 @@
+// What the engine answers is held in the chip until a packet is full, the latency timer runs out or
+// the PC asks for it to leave at once; only then can the PC read it. A full-speed chip's packet
+// carries 62 bytes of answers, a hi-speed one's 510.
 #include "sim/adapters/ftdi/chip.h"
 
 #include <algorithm>
@@ -13,8 +16,6 @@ constexpr uint8_t kCs = 0x08;
 constexpr uint8_t kSck = 0x20;
 constexpr uint8_t kMosi = 0x40;
 constexpr uint8_t kMiso = 0x04;
-
-constexpr uint8_t kMpsseMode = 0x02;
 
 std::string WithLetter(const std::string& text, const char* between, unsigned index) {
   return text + between + static_cast<char>('A' + index);
@@ -81,7 +82,7 @@ void FtdiInterface::Reset() {
 }
 
 void FtdiInterface::SetBitMode(uint8_t mode) {
-  mpsseMode_ = mode == kMpsseMode && hasMpsse_;
+  mpsseMode_ = mode == d2xx::kBitModeMpsse && hasMpsse_;
   mpsse_.Reset();
 }
 

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "contracts/d2xx.h"
 #include "sim/adapters/ftdi/mpsse_interpreter.h"
 #include "sim/board/board.h"
 
@@ -24,9 +25,9 @@ struct FtdiChipKind {
 };
 
 inline constexpr FtdiChipKind kFtdiChips[] = {
-    {"ft2232c", 4, 0x04036010, false, 2, 1, 62},
-    {"ft2232h", 6, 0x04036010, true, 2, 2, 510},
-    {"ft4232h", 7, 0x04036011, true, 4, 2, 510},
+    {"ft2232c", d2xx::kFt2232c, 0x04036010, false, 2, 1, 62},
+    {"ft2232h", d2xx::kFt2232h, 0x04036010, true, 2, 2, 510},
+    {"ft4232h", d2xx::kFt4232h, 0x04036011, true, 4, 2, 510},
 };
 
 // A chip as its EEPROM and its place on the bus describe it. Interface n has the description with
@@ -70,10 +71,13 @@ class FtdiInterface {
   const std::string& serial() const { return serial_; }
   uint32_t location() const { return location_; }
 
+  // Drops the answers on their way.
   void Reset();
+  // The MPSSE's mode starts the engine afresh; in every other one its pins are inputs.
   void SetBitMode(uint8_t mode);
   void SetLatency(uint8_t milliseconds) { latencyMs_ = milliseconds; }
   uint8_t latency() const { return latencyMs_; }
+  // Commands, which run at once; the clock is charged with what the engine takes for them.
   void Write(const uint8_t* bytes, size_t count);
   // Answers that the PC has by now: sent at once on request, or when a packet was full, or when the
   // latency timer ran out.
@@ -81,7 +85,7 @@ class FtdiInterface {
   size_t Read(uint8_t* buffer, size_t count);
 
   Mpsse& mpsse() { return mpsse_; }
-  bool unplugged = false;
+  bool unplugged = false;  // every call on it fails
 
  private:
   void Collect();
@@ -96,9 +100,9 @@ class FtdiInterface {
   Mpsse mpsse_;
   bool mpsseMode_ = false;
   uint8_t latencyMs_ = 16;
-  std::vector<uint8_t> held_;
-  uint64_t heldSince_ = 0;
-  std::deque<uint8_t> arrived_;
+  std::vector<uint8_t> held_;    // answers in the chip
+  uint64_t heldSince_ = 0;       // when the first of them came
+  std::deque<uint8_t> arrived_;  // answers in the PC
 };
 
 }  // namespace brisk::sim

@@ -1,194 +1,172 @@
+// Every function returns a status; results travel through pointers, which stay untouched on a
+// failure, except that counts of bytes are cleared. Settings that have no meaning here (characters,
+// time-outs, transfer sizes) are taken and ignored.
 #include "sim/adapters/ftdi/d2xx_functions.h"
 
+#include <algorithm>
 #include <cstring>
-#include <mutex>
 
-#include "brisk/brisk_types.h"
-
-#include "sim/adapters/ftdi/d2xx_api.h"
+#include "sim/adapters/plugged.h"
+#include "sim/adapters/vendor_function.h"
 
 namespace brisk::sim {
 namespace {
 
-constexpr uint32_t kOpenByLocation = 4;
-constexpr size_t kSerialSize = 16;
-constexpr size_t kDescriptionSize = 64;
+using Slot = D2xxHost::Slot;
 
-struct Current {
-  std::mutex mutex;
-  std::shared_ptr<D2xxHost> host;
-};
-
-Current& TheCurrent() {
-  static Current& current = *std::make_unique<Current>().release();
-  return current;
-}
-
-// The node of FT_GetDeviceInfoList, as D2XX lays it out.
-struct Node {
-  uint32_t flags;
-  uint32_t type;
-  uint32_t id;
-  uint32_t location;
-  char serial[kSerialSize];
-  char description[kDescriptionSize];
-  void* handle;
-};
-
-void CopyText(char* destination, size_t size, const std::string& text) {
-  std::memset(destination, 0, size);
-  text.copy(destination, size - 1);
-}
+constexpr uint8_t kLeastLatencyMs = 2;
 
 template <typename Operation>
 uint32_t With(Operation operation) {
   const std::shared_ptr<D2xxHost> host = CurrentD2xxHost();
-  return host == nullptr ? D2xxHost::kDeviceNotFound : operation(*host);
+  return host == nullptr ? d2xx::kDeviceNotFound : operation(*host);
+}
+
+template <typename Operation>
+uint32_t On(void* handle, const char* function, Operation operation) {
+  return With([&](D2xxHost& host) { return host.On(handle, function, operation); });
+}
+
+// A call without an effect here.
+uint32_t Ignored(void* handle, const char* function) {
+  return On(handle, function, [](Slot&) {});
 }
 
 }  // namespace
 
-void SetD2xxHost(std::shared_ptr<D2xxHost> host) {
-  const std::lock_guard lock(TheCurrent().mutex);
-  TheCurrent().host = std::move(host);
+BRISK_VENDOR_FUNCTION uint32_t BRISK_CALL FT_Close(void* handle) {
+  return With([&](D2xxHost& host) { return host.Close("FT_Close", handle); });
 }
 
-std::shared_ptr<D2xxHost> CurrentD2xxHost() {
-  const std::lock_guard lock(TheCurrent().mutex);
-  return TheCurrent().host;
-}
-
-namespace d2xx {
-
-uint32_t BRISK_CALL Close(void* handle) {
-  return With([&](D2xxHost& host) { return host.Close(handle); });
-}
-
-uint32_t BRISK_CALL Read(void* handle, void* buffer, uint32_t count, uint32_t* read) {
-  return With([&](D2xxHost& host) {
-    return host.Read(handle, static_cast<uint8_t*>(buffer), count, read);
+BRISK_VENDOR_FUNCTION uint32_t BRISK_CALL FT_Read(void* handle, void* buffer, uint32_t count,
+                                                  uint32_t* read) {
+  *read = 0;
+  return On(handle, __func__, [&](Slot& slot) {
+    *read = static_cast<uint32_t>(slot.interface->Read(static_cast<uint8_t*>(buffer), count));
+    return d2xx::kOk;
   });
 }
 
-uint32_t BRISK_CALL Write(void* handle, void* buffer, uint32_t count, uint32_t* written) {
+BRISK_VENDOR_FUNCTION uint32_t BRISK_CALL FT_Write(void* handle, void* buffer, uint32_t count,
+                                                   uint32_t* written) {
+  *written = 0;
   return With([&](D2xxHost& host) {
-    return host.Write(handle, static_cast<const uint8_t*>(buffer), count, written);
+    return host.On(handle, "FT_Write", [&](Slot& slot) {
+      *written = host.Write(slot, static_cast<const uint8_t*>(buffer), count);
+    });
   });
 }
 
-uint32_t BRISK_CALL ResetDevice(void* handle) {
-  return With([&](D2xxHost& host) { return host.Reset(handle); });
+BRISK_VENDOR_FUNCTION uint32_t BRISK_CALL FT_ResetDevice(void* handle) {
+  return On(handle, __func__, [](Slot& slot) {
+    slot.interface->Reset();
+    return d2xx::kOk;
+  });
 }
 
-uint32_t BRISK_CALL SetChars(void* handle, uint8_t /*event*/, uint8_t /*eventOn*/,
-                             uint8_t /*error*/, uint8_t /*errorOn*/) {
-  return With([&](D2xxHost& host) { return host.Setting(handle, "FT_SetChars"); });
+BRISK_VENDOR_FUNCTION uint32_t BRISK_CALL FT_SetChars(void* handle, uint8_t /*event*/,
+                                                      uint8_t /*eventOn*/, uint8_t /*error*/,
+                                                      uint8_t /*errorOn*/) {
+  return Ignored(handle, __func__);
 }
 
-uint32_t BRISK_CALL SetTimeouts(void* handle, uint32_t /*read*/, uint32_t /*write*/) {
-  return With([&](D2xxHost& host) { return host.Setting(handle, "FT_SetTimeouts"); });
+BRISK_VENDOR_FUNCTION uint32_t BRISK_CALL FT_SetTimeouts(void* handle, uint32_t /*read*/,
+                                                         uint32_t /*write*/) {
+  return Ignored(handle, __func__);
 }
 
-uint32_t BRISK_CALL GetQueueStatus(void* handle, uint32_t* waiting) {
-  return With([&](D2xxHost& host) { return host.QueueStatus(handle, waiting); });
+BRISK_VENDOR_FUNCTION uint32_t BRISK_CALL FT_GetQueueStatus(void* handle, uint32_t* waiting) {
+  *waiting = 0;
+  return With([&](D2xxHost& host) {
+    return host.On(handle, "FT_GetQueueStatus", [&](Slot& slot) { *waiting = host.Waiting(slot); });
+  });
 }
 
-uint32_t BRISK_CALL OpenEx(void* argument, uint32_t flags, void** handle) {
-  if (flags != kOpenByLocation) return D2xxHost::kInvalidParameter;
+BRISK_VENDOR_FUNCTION uint32_t BRISK_CALL FT_OpenEx(void* argument, uint32_t flags, void** handle) {
+  if (flags != d2xx::kOpenByLocation) return d2xx::kInvalidParameter;
   const auto location = static_cast<uint32_t>(reinterpret_cast<uintptr_t>(argument));
-  return With([&](D2xxHost& host) { return host.Open(location, handle); });
+  return With([&](D2xxHost& host) { return host.Open("FT_OpenEx", location, handle); });
 }
 
-uint32_t BRISK_CALL SetLatencyTimer(void* handle, uint8_t milliseconds) {
-  return With([&](D2xxHost& host) { return host.SetLatency(handle, milliseconds); });
-}
-
-uint32_t BRISK_CALL GetLatencyTimer(void* handle, uint8_t* milliseconds) {
-  return With([&](D2xxHost& host) { return host.GetLatency(handle, milliseconds); });
-}
-
-uint32_t BRISK_CALL SetBitMode(void* handle, uint8_t /*mask*/, uint8_t mode) {
-  return With([&](D2xxHost& host) { return host.SetBitMode(handle, mode); });
-}
-
-uint32_t BRISK_CALL SetUSBParameters(void* handle, uint32_t /*in*/, uint32_t /*out*/) {
-  return With([&](D2xxHost& host) { return host.Setting(handle, "FT_SetUSBParameters"); });
-}
-
-uint32_t BRISK_CALL GetDeviceInfo(void* handle, uint32_t* type, uint32_t* id, char* serial,
-                                  char* description, void* /*unused*/) {
-  return With([&](D2xxHost& host) {
-    D2xxHost::Entry entry{};
-    const uint32_t status = host.Info(handle, &entry);
-    if (status != D2xxHost::kOk) return status;
-    *type = entry.type;
-    *id = entry.id;
-    CopyText(serial, kSerialSize, entry.serial);
-    CopyText(description, kDescriptionSize, entry.description);
-    return status;
+BRISK_VENDOR_FUNCTION uint32_t BRISK_CALL FT_SetLatencyTimer(void* handle, uint8_t milliseconds) {
+  return On(handle, __func__, [&](Slot& slot) {
+    if (milliseconds < kLeastLatencyMs) return d2xx::kInvalidParameter;
+    slot.interface->SetLatency(milliseconds);
+    return d2xx::kOk;
   });
 }
 
-uint32_t BRISK_CALL CreateDeviceInfoList(uint32_t* count) {
-  return With([&](D2xxHost& host) { return host.CreateList(count); });
-}
-
-uint32_t BRISK_CALL GetDeviceInfoList(void* nodes, uint32_t* count) {
-  return With([&](D2xxHost& host) {
-    std::vector<D2xxHost::Entry> entries;
-    const uint32_t status = host.List(&entries);
-    if (status != D2xxHost::kOk) return status;
-    Node* node = static_cast<Node*>(nodes);
-    for (const D2xxHost::Entry& entry : entries) {
-      *node = {entry.flags, entry.type, entry.id, entry.location, {}, {}, entry.handle};
-      CopyText(node->serial, kSerialSize, entry.serial);
-      CopyText(node->description, kDescriptionSize, entry.description);
-      ++node;
-    }
-    *count = static_cast<uint32_t>(entries.size());
-    return status;
+BRISK_VENDOR_FUNCTION uint32_t BRISK_CALL FT_GetLatencyTimer(void* handle, uint8_t* milliseconds) {
+  return On(handle, __func__, [&](Slot& slot) {
+    *milliseconds = slot.interface->latency();
+    return d2xx::kOk;
   });
 }
 
-uint32_t BRISK_CALL GetDeviceInfoDetail(uint32_t index, uint32_t* flags, uint32_t* type,
-                                        uint32_t* id, uint32_t* location, void* serial,
-                                        void* description, void** handle) {
-  return With([&](D2xxHost& host) {
-    D2xxHost::Entry entry{};
-    const uint32_t status = host.Detail(index, &entry);
-    if (status != D2xxHost::kOk) return status;
-    *flags = entry.flags;
-    *type = entry.type;
-    *id = entry.id;
-    *location = entry.location;
-    *handle = entry.handle;
-    CopyText(static_cast<char*>(serial), kSerialSize, entry.serial);
-    CopyText(static_cast<char*>(description), kDescriptionSize, entry.description);
-    return status;
+BRISK_VENDOR_FUNCTION uint32_t BRISK_CALL FT_SetBitMode(void* handle, uint8_t /*mask*/,
+                                                        uint8_t mode) {
+  return On(handle, __func__, [&](Slot& slot) {
+    slot.interface->SetBitMode(mode);
+    return d2xx::kOk;
   });
 }
 
-}  // namespace d2xx
+BRISK_VENDOR_FUNCTION uint32_t BRISK_CALL FT_SetUSBParameters(void* handle, uint32_t /*in*/,
+                                                              uint32_t /*out*/) {
+  return Ignored(handle, __func__);
+}
+
+BRISK_VENDOR_FUNCTION uint32_t BRISK_CALL FT_GetDeviceInfo(void* handle, uint32_t* type,
+                                                           uint32_t* id, char* serial,
+                                                           char* description, void* /*unused*/) {
+  return On(handle, __func__, [&](Slot& slot) {
+    const d2xx::ListNode node = D2xxHost::Describe(slot);
+    *type = node.type;
+    *id = node.id;
+    std::memcpy(serial, node.serial, sizeof node.serial);
+    std::memcpy(description, node.description, sizeof node.description);
+  });
+}
+
+BRISK_VENDOR_FUNCTION uint32_t BRISK_CALL FT_CreateDeviceInfoList(uint32_t* count) {
+  return With([&](D2xxHost& host) { return host.CreateList("FT_CreateDeviceInfoList", count); });
+}
+
+BRISK_VENDOR_FUNCTION uint32_t BRISK_CALL FT_GetDeviceInfoList(d2xx::ListNode* nodes,
+                                                               uint32_t* count) {
+  const auto copy = [&](const std::vector<d2xx::ListNode>& list) {
+    std::copy(list.begin(), list.end(), nodes);
+    *count = static_cast<uint32_t>(list.size());
+  };
+  return With([&](D2xxHost& host) { return host.OnList("FT_GetDeviceInfoList", copy); });
+}
+
+BRISK_VENDOR_FUNCTION uint32_t BRISK_CALL FT_GetDeviceInfoDetail(uint32_t index, uint32_t* flags,
+                                                                 uint32_t* type, uint32_t* id,
+                                                                 uint32_t* location, void* serial,
+                                                                 void* description, void** handle) {
+  const auto copy = [&](const std::vector<d2xx::ListNode>& list) {
+    if (index >= list.size()) return d2xx::kInvalidParameter;
+    const d2xx::ListNode& node = list[index];
+    *flags = node.flags;
+    *type = node.type;
+    *id = node.id;
+    *location = node.location;
+    *handle = node.handle;
+    std::memcpy(serial, node.serial, sizeof node.serial);
+    std::memcpy(description, node.description, sizeof node.description);
+    return d2xx::kOk;
+  };
+  return With([&](D2xxHost& host) { return host.OnList("FT_GetDeviceInfoDetail", copy); });
+}
+
+std::shared_ptr<D2xxHost> CurrentD2xxHost() { return Plugged<D2xxHost>::Last(); }
 
 std::vector<LibraryShelf::Symbol> D2xxSymbols() {
-  return {
-      {"FT_Close", 2, reinterpret_cast<void*>(&d2xx::Close)},
-      {"FT_Read", 3, reinterpret_cast<void*>(&d2xx::Read)},
-      {"FT_Write", 4, reinterpret_cast<void*>(&d2xx::Write)},
-      {"FT_ResetDevice", 6, reinterpret_cast<void*>(&d2xx::ResetDevice)},
-      {"FT_SetChars", 15, reinterpret_cast<void*>(&d2xx::SetChars)},
-      {"FT_SetTimeouts", 17, reinterpret_cast<void*>(&d2xx::SetTimeouts)},
-      {"FT_GetQueueStatus", 18, reinterpret_cast<void*>(&d2xx::GetQueueStatus)},
-      {"FT_OpenEx", 27, reinterpret_cast<void*>(&d2xx::OpenEx)},
-      {"FT_SetLatencyTimer", 29, reinterpret_cast<void*>(&d2xx::SetLatencyTimer)},
-      {"FT_GetLatencyTimer", 30, reinterpret_cast<void*>(&d2xx::GetLatencyTimer)},
-      {"FT_SetBitMode", 31, reinterpret_cast<void*>(&d2xx::SetBitMode)},
-      {"FT_SetUSBParameters", 33, reinterpret_cast<void*>(&d2xx::SetUSBParameters)},
-      {"FT_GetDeviceInfo", 61, reinterpret_cast<void*>(&d2xx::GetDeviceInfo)},
-      {"FT_CreateDeviceInfoList", 70, reinterpret_cast<void*>(&d2xx::CreateDeviceInfoList)},
-      {"FT_GetDeviceInfoList", 71, reinterpret_cast<void*>(&d2xx::GetDeviceInfoList)},
-      {"FT_GetDeviceInfoDetail", 72, reinterpret_cast<void*>(&d2xx::GetDeviceInfoDetail)},
-  };
+#define BRISK_ROW(name, ordinal, ...) \
+  LibraryShelf::Named<decltype(d2xx::k##name)::Pointer>("FT_" #name, FT_##name, ordinal),
+  return {BRISK_D2XX_FUNCTIONS(BRISK_ROW)};
+#undef BRISK_ROW
 }
 
 }  // namespace brisk::sim

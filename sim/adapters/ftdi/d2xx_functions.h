@@ -8,11 +8,11 @@
 
 namespace brisk::sim {
 
-// The D2XX functions by name and ordinal, working on the host that was made current last.
+// The functions of the vendor library D2XX, by name and ordinal, on the host whose chips were
+// plugged in last.
 std::vector<LibraryShelf::Symbol> D2xxSymbols();
 
-// With none, no chip is there.
-void SetD2xxHost(std::shared_ptr<D2xxHost> host);
+// That host; null when no chip is there.
 std::shared_ptr<D2xxHost> CurrentD2xxHost();
 
 }  // namespace brisk::sim

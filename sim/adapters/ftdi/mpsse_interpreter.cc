@@ -1,5 +1,18 @@
+// A command is an opcode with its arguments; commands follow one another without gap or frame. A
+// shift command's opcode is a set of bits; length 0 means one bit or byte:
+//
+//   bits:   opcode, count - 1, and the byte when it writes
+//   bytes:  opcode, (count - 1) low, high, and the bytes when it writes
+//
+// TCK rests low. A period, with the data of a command that writes on the falling edge and reads on
+// the rising one (quarters of the period; O = data out changes, I = data in is sampled):
+//
+//   TCK  ______----      TDO  --O-----
+//            I
 #include "sim/adapters/ftdi/mpsse_interpreter.h"
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace brisk::sim {
@@ -22,42 +35,65 @@ constexpr uint8_t kLsbFirst = 0x08;
 constexpr uint8_t kWrites = 0x10;
 constexpr uint8_t kReads = 0x20;
 
-struct Known {
-  uint8_t command;
-  uint8_t arguments;
-  bool hiSpeedOnly;
+// The other commands.
+enum Opcode : uint8_t {
+  kSetLowPins = 0x80,  // value, direction
+  kReadLowPins = 0x81,
+  kSetHighPins = 0x82,
+  kReadHighPins = 0x83,
+  kLoopbackOn = 0x84,
+  kLoopbackOff = 0x85,
+  kSetDivisor = 0x86,  // low, high
+  kSendImmediate = 0x87,
+  kDivideByFiveOff = 0x8A,  // from here on hi-speed chips only
+  kDivideByFiveOn = 0x8B,
+  kThreePhaseOn = 0x8C,
+  kThreePhaseOff = 0x8D,
+  kAdaptiveOn = 0x96,
+  kAdaptiveOff = 0x97,
 };
 
-// Commands other than shifts.
-constexpr Known kKnown[] = {
-    {0x80, 2, false},  // set low pins: value, direction
-    {0x81, 0, false},  // read low pins
-    {0x82, 2, false},  // set high pins
-    {0x83, 0, false},  // read high pins
-    {0x84, 0, false},  // loopback on
-    {0x85, 0, false},  // loopback off
-    {0x86, 2, false},  // divisor: low, high
-    {0x87, 0, false},  // send immediate
-    {0x8A, 0, true},   // divide by five off
-    {0x8B, 0, true},   // divide by five on
-    {0x8C, 0, true},   // three-phase clocking on
-    {0x8D, 0, true},   // three-phase clocking off
-    {0x96, 0, true},   // adaptive clocking on
-    {0x97, 0, true},   // adaptive clocking off
-};
+constexpr uint8_t kBadCommand = 0xFA;  // answers what is none, with the byte behind it
 
 bool IsShift(uint8_t command) {
   return command >= 0x10 && command < 0x40 && (command & (kWrites | kReads)) != 0;
 }
 
-const Known* Find(uint8_t command) {
-  for (const Known& known : kKnown) {
-    if (known.command == command) return &known;
-  }
-  return nullptr;
-}
+using Arguments = std::vector<uint8_t>;
 
 }  // namespace
+
+struct Mpsse::Known {
+  uint8_t command;
+  uint8_t arguments;
+  void (*run)(Mpsse& m, const Arguments& a);
+  bool hiSpeedOnly = false;
+};
+
+// The commands other than shifts.
+const Mpsse::Known Mpsse::kKnown[] = {
+    {kSetLowPins, 2,
+     [](Mpsse& m, const Arguments& a) {
+       m.low_ = a[0];
+       m.lowDirection_ = a[1];
+       m.DrivePins();
+     }},
+    {kReadLowPins, 0,
+     [](Mpsse& m, const Arguments&) { m.answers_.push_back(m.pins_.SampleLow()); }},
+    {kSetHighPins, 2, [](Mpsse& m, const Arguments& a) { m.pins_.DriveHigh(a[0], a[1]); }},
+    {kReadHighPins, 0,
+     [](Mpsse& m, const Arguments&) { m.answers_.push_back(m.pins_.SampleHigh()); }},
+    {kLoopbackOn, 0, [](Mpsse& m, const Arguments&) { m.loopback_ = true; }},
+    {kLoopbackOff, 0, [](Mpsse& m, const Arguments&) { m.loopback_ = false; }},
+    {kSetDivisor, 2, [](Mpsse& m, const Arguments& a) { m.divisor_ = a[0] | uint32_t{a[1]} << 8; }},
+    {kSendImmediate, 0, [](Mpsse& m, const Arguments&) { m.immediate_ = true; }},
+    {kDivideByFiveOff, 0, [](Mpsse& m, const Arguments&) { m.divideByFive_ = false; }, true},
+    {kDivideByFiveOn, 0, [](Mpsse& m, const Arguments&) { m.divideByFive_ = true; }, true},
+    {kThreePhaseOn, 0, [](Mpsse&, const Arguments&) {}, true},
+    {kThreePhaseOff, 0, [](Mpsse&, const Arguments&) {}, true},
+    {kAdaptiveOn, 0, [](Mpsse&, const Arguments&) {}, true},
+    {kAdaptiveOff, 0, [](Mpsse&, const Arguments&) {}, true},
+};
 
 Mpsse::Mpsse(MpssePins& pins, VirtualClock& clock, bool hiSpeed)
     : pins_(pins), clock_(clock), hiSpeed_(hiSpeed) {}
@@ -108,17 +144,18 @@ void Mpsse::Begin(uint8_t command) {
   arguments_.clear();
   if (IsShift(command)) {
     // Bits: a count, and the byte when it writes. Bytes: a 16-bit count.
-    argumentsWanted_ = (command & kBitCount) != 0 ? ((command & kWrites) != 0 ? 2 : 1) : 2;
+    argumentsWanted_ = (command & kBitCount) != 0 && (command & kWrites) == 0 ? 1 : 2;
+    known_ = nullptr;
     expect_ = Expect::kArguments;
     return;
   }
-  const Known* known = Find(command);
-  if (known == nullptr || (known->hiSpeedOnly && !hiSpeed_)) {
-    answers_.push_back(0xFA);
-    answers_.push_back(command);
+  const auto* known = std::ranges::find(kKnown, command, &Known::command);
+  if (known == std::end(kKnown) || (known->hiSpeedOnly && !hiSpeed_)) {
+    answers_.insert(answers_.end(), {kBadCommand, command});
     return;
   }
   argumentsWanted_ = known->arguments;
+  known_ = known;
   if (argumentsWanted_ == 0) {
     Finish();
   } else {
@@ -128,42 +165,8 @@ void Mpsse::Begin(uint8_t command) {
 
 void Mpsse::Finish() {
   expect_ = Expect::kCommand;
-  if (IsShift(command_)) {
-    FinishShift();
-    return;
-  }
-  switch (command_) {
-    case 0x80:
-      low_ = arguments_[0];
-      lowDirection_ = arguments_[1];
-      DrivePins();
-      break;
-    case 0x81:
-      answers_.push_back(pins_.SampleLow());
-      break;
-    case 0x82:
-      pins_.DriveHigh(arguments_[0], arguments_[1]);
-      break;
-    case 0x83:
-      answers_.push_back(pins_.SampleHigh());
-      break;
-    case 0x84:
-    case 0x85:
-      loopback_ = command_ == 0x84;
-      break;
-    case 0x86:
-      divisor_ = arguments_[0] | uint32_t{arguments_[1]} << 8;
-      break;
-    case 0x87:
-      immediate_ = true;
-      break;
-    case 0x8A:
-    case 0x8B:
-      divideByFive_ = command_ == 0x8B;
-      break;
-    default:
-      break;
-  }
+  if (known_ == nullptr) return FinishShift();
+  known_->run(*this, arguments_);
 }
 
 void Mpsse::FinishShift() {

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "sim/pc/virtual_clock.h"
+#include "sim/common/virtual_clock.h"
 
 namespace brisk::sim {
 
@@ -42,6 +42,7 @@ class Mpsse {
 
  private:
   enum class Expect : uint8_t { kCommand, kArguments, kData };
+  struct Known;
 
   void Begin(uint8_t command);
   void Finish();
@@ -52,6 +53,8 @@ class Mpsse {
   void DrivePins();
   void SetPin(uint8_t pin, bool level);
 
+  static const Known kKnown[];
+
   MpssePins& pins_;
   VirtualClock& clock_;
   const bool hiSpeed_;
@@ -59,7 +62,8 @@ class Mpsse {
   uint8_t command_ = 0;
   std::vector<uint8_t> arguments_;
   size_t argumentsWanted_ = 0;
-  uint32_t dataLeft_ = 0;  // bytes of a shift command
+  const Known* known_ = nullptr;  // the command that waits for its arguments; null = a shift
+  uint32_t dataLeft_ = 0;         // bytes of a shift command
   uint8_t low_ = 0;
   uint8_t lowDirection_ = 0;
   uint32_t divisor_ = 0;

@@ -1,11 +1,14 @@
 #include "sim/adapters/lpt/lpt_adapter.h"
 
 #include "sim/board/board.h"
-#include "sim/config/bench.h"
 
 namespace brisk::sim {
 namespace {
 
+// Registers, from the base on.
+enum Register : unsigned { kData, kStatus, kControl, kRegisters };
+
+// Lines in the data register, and one in the status register.
 constexpr uint8_t kOne = 0x02;
 constexpr uint8_t kSck = 0x04;
 constexpr uint8_t kCs = 0x08;
@@ -18,17 +21,6 @@ constexpr uint8_t kPicture = kOne | kZero;
 
 // Status inputs that nothing drives are pulled up; the port shows bit 7 (BUSY) inverted.
 constexpr uint8_t kOpenStatus = 0x7F;
-
-constexpr LptWiring kWiringA = {0x01, false, false, 0x02, 0x10, false};
-constexpr LptWiring kWiringB = {0x80, true, true, 0x08, 0x80, false};
-constexpr LptWiring kWiringC = {0x80, true, true, 0x08, 0x80, true};
-
-std::unique_ptr<Adapter> Make(const LptWiring& wiring, Bench& bench, std::string* whyNot) {
-  auto adapter = std::make_unique<LptAdapter>(wiring, bench.board());
-  if (bench.ports().Connect(LptAdapter::kBase, 3, *adapter)) return adapter;
-  *whyNot = "the parallel port at 0x378 has another adapter on it already";
-  return nullptr;
-}
 
 }  // namespace
 
@@ -45,16 +37,16 @@ LptAdapter::LptAdapter(const LptWiring& wiring, Board& board)
 }
 
 void LptAdapter::Write(unsigned offset, uint8_t value) {
-  if (offset == 0) {
+  if (offset == kData) {
     WriteData(value);
-  } else if (offset == 2) {
+  } else if (offset == kControl) {
     WriteControl(value);
   }
 }
 
 uint8_t LptAdapter::Read(unsigned offset) {
-  if (offset == 0) return data_;
-  return offset == 1 ? Status() : control_;
+  if (offset == kData) return data_;
+  return offset == kStatus ? Status() : control_;
 }
 
 void LptAdapter::WriteData(uint8_t value) {
@@ -88,14 +80,12 @@ uint8_t LptAdapter::Status() const {
   return static_cast<uint8_t>(status);
 }
 
-std::unique_ptr<Adapter> MakeLpt(Bench& bench, std::string* whyNot) {
-  return Make(kWiringA, bench, whyNot);
-}
-std::unique_ptr<Adapter> MakeLptB(Bench& bench, std::string* whyNot) {
-  return Make(kWiringB, bench, whyNot);
-}
-std::unique_ptr<Adapter> MakeLptC(Bench& bench, std::string* whyNot) {
-  return Make(kWiringC, bench, whyNot);
+std::unique_ptr<LptAdapter> LptAdapter::Make(const LptWiring& wiring, Board& board, PortBus& ports,
+                                             std::string* whyNot) {
+  auto adapter = std::make_unique<LptAdapter>(wiring, board);
+  if (ports.Connect(kBase, kRegisters, *adapter)) return adapter;
+  *whyNot = "the parallel port at 0x378 has another adapter on it already";
+  return nullptr;
 }
 
 }  // namespace brisk::sim

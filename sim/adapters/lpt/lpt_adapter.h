@@ -4,12 +4,10 @@
 #include <memory>
 #include <string>
 
-#include "sim/config/adapter.h"
+#include "sim/adapters/adapter.h"
 #include "sim/pc/connectors.h"
 
 namespace brisk::sim {
-
-class Board;
 
 // Where the cable connects the I2C lines. The flash is on data bits 2 (SCK), 3 (CS#) and 6 (MOSI)
 // and status bit 6 (MISO), the picture port on data bits 1 (ONE) and 6 (ZERO), in every wiring. A
@@ -23,12 +21,19 @@ struct LptWiring {
   bool sdaInInverted;
 };
 
+inline constexpr LptWiring kLptWiringA = {0x01, false, false, 0x02, 0x10, false};
+inline constexpr LptWiring kLptWiringB = {0x80, true, true, 0x08, 0x80, false};
+inline constexpr LptWiring kLptWiringC = {0x80, true, true, 0x08, 0x80, true};
+
 // The PC's parallel port with the board on its cable. Registers from the base on: data, status,
 // control. Data and control read back what was written.
 class LptAdapter final : public Adapter, public PortDevice {
  public:
   static constexpr uint16_t kBase = 0x378;
 
+  // Null when the port has an adapter already, and `whyNot` says so.
+  static std::unique_ptr<LptAdapter> Make(const LptWiring& wiring, Board& board, PortBus& ports,
+                                          std::string* whyNot);
   LptAdapter(const LptWiring& wiring, Board& board);
 
   void Write(unsigned offset, uint8_t value) override;
@@ -47,9 +52,5 @@ class LptAdapter final : public Adapter, public PortDevice {
   uint8_t data_;
   uint8_t control_;
 };
-
-std::unique_ptr<Adapter> MakeLpt(Bench& bench, std::string* whyNot);
-std::unique_ptr<Adapter> MakeLptB(Bench& bench, std::string* whyNot);
-std::unique_ptr<Adapter> MakeLptC(Bench& bench, std::string* whyNot);
 
 }  // namespace brisk::sim

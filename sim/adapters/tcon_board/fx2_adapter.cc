@@ -1,224 +1,158 @@
+// A request to the driver carries a record whose fields say what is to move; control and buffered
+// transfers have the data behind the record, in one buffer for input and output. The driver
+// completes a transfer that the board refused, too: its failure then stands in the record's two
+// status fields. Only a malformed record and an unplugged board fail the request itself. One that
+// the board never answers stays pending until the endpoint is aborted.
 #include "sim/adapters/tcon_board/fx2_adapter.h"
 
-#include <algorithm>
 #include <cstring>
+#include <span>
 #include <utility>
-#include <vector>
+
+#include "contracts/tcon_driver.h"
+#include "sim/common/faults.h"
+#include "sim/common/virtual_clock.h"
 
 namespace brisk::sim {
 namespace {
 
 constexpr const char* kPath =
     R"(\\?\usb#vid_04b4&pid_8613#sim0001#{ae18aa60-7f6a-11d4-97dd-00010229b959})";
-constexpr Guid kClass = {0x60, 0xAA, 0x18, 0xAE, 0x6A, 0x7F, 0xD4, 0x11,
-                         0x97, 0xDD, 0x00, 0x01, 0x02, 0x29, 0xB9, 0x59};
+constexpr char kName[256] = "Simulated timing-controller board";
 
+// What the driver writes into a request's record.
 constexpr uint32_t kSuccess = 0;
 constexpr uint32_t kStatusUnsuccessful = 0xC0000001;
 constexpr uint32_t kUsbdStallPid = 0xC0000004;
 constexpr uint32_t kUsbdCanceled = 0xC0010000;
 
-// The driver's request record, field by field; everything is little-endian.
-constexpr size_t kHeader = 38;
-constexpr size_t kNtStatusAt = 14;
-constexpr size_t kUsbdStatusAt = 18;
-
-unsigned Get(const uint8_t* bytes, size_t at, size_t size) {
-  unsigned value = 0;
-  for (size_t i = size; i-- > 0;) value = value << 8 | bytes[at + i];
-  return value;
-}
-
-void Put32(uint8_t* bytes, size_t at, uint32_t value) {
-  for (size_t i = 0; i < 4; ++i) bytes[at + i] = static_cast<uint8_t>(value >> (8 * i));
-}
-
-struct Buffers {
-  uint8_t* in;
-  uint32_t inSize;
-  uint8_t* out;
-  uint32_t outSize;
+// The requests that always have the same answer.
+struct FixedAnswer {
+  uint32_t code;
+  uint32_t value;
+  uint32_t size;
+};
+constexpr FixedAnswer kFixedAnswers[] = {
+    {tcon_board::kGetDriverVersion, 0x01050600, 4},     {tcon_board::kGetSecondVersion, 0x0410, 4},
+    {tcon_board::kGetAlternateSetting, 0, 1},           {tcon_board::kGetAddress, 1, 1},
+    {tcon_board::kGetSpeed, tcon_board::kSpeedHigh, 4},
 };
 
-// Whether the driver completes a request, and how.
+// How a request ends, or that it stays open until it is cancelled.
 struct Outcome {
   bool completes = true;
   bool success = true;
   uint32_t bytes = 0;
+  uint8_t endpoint = 0;  // that it can be cancelled by
 };
-
-class Fx2Driver {
- public:
-  Fx2Driver(Bench& bench, Fx2Board& board) : bench_(bench), board_(board) {}
-
-  Outcome Run(uint32_t code, const Buffers& b);
-  Bench& bench() { return bench_; }
-
- private:
-  Outcome Fixed(const Buffers& b, const void* bytes, size_t size);
-  Outcome Control(const Buffers& b);
-  Outcome Data(const Buffers& b, bool direct);
-  Outcome Answer(UsbAnswer answer, uint8_t* record, uint32_t bytes);
-
-  Bench& bench_;
-  Fx2Board& board_;
-};
-
-Outcome Fx2Driver::Fixed(const Buffers& b, const void* bytes, size_t size) {
-  if (b.outSize < size) return {true, false, 0};
-  std::memcpy(b.out, bytes, size);
-  return {true, true, static_cast<uint32_t>(size)};
-}
-
-Outcome Fx2Driver::Answer(UsbAnswer answer, uint8_t* record, uint32_t bytes) {
-  if (answer == UsbAnswer::kSilent) return {false, false, 0};
-  if (answer == UsbAnswer::kGone) return {true, false, 0};
-  const bool stalled = answer == UsbAnswer::kStall;
-  uint32_t usbd = stalled ? kUsbdStallPid : kSuccess;
-  if (bench_.faults().Strikes(FaultKind::kUsbStatus)) usbd = kUsbdCanceled;
-  Put32(record, kNtStatusAt, stalled ? kStatusUnsuccessful : kSuccess);
-  Put32(record, kUsbdStatusAt, usbd);
-  return {true, true, stalled ? static_cast<uint32_t>(kHeader) : bytes};
-}
-
-Outcome Fx2Driver::Control(const Buffers& b) {
-  if (b.inSize < kHeader || b.outSize < kHeader) return {true, false, 0};
-  const UsbSetup setup{b.in[0], b.in[1], static_cast<uint16_t>(Get(b.in, 2, 2)),
-                       static_cast<uint16_t>(Get(b.in, 4, 2)),
-                       static_cast<uint16_t>(Get(b.in, 6, 2))};
-  const size_t offset = Get(b.in, 30, 4);
-  const size_t length = Get(b.in, 34, 4);
-  if (offset < kHeader || length != setup.length || offset + length > b.outSize ||
-      b.inSize != b.outSize) {
-    return {true, false, 0};
-  }
-  std::vector<uint8_t> data;
-  if (!setup.in()) data.assign(b.in + offset, b.in + offset + length);
-  const UsbAnswer answer = board_.Control(setup, &data);
-  if (setup.in() && answer == UsbAnswer::kDone) {
-    std::copy(data.begin(), data.end(), b.out + offset);
-  }
-  return Answer(answer, b.out, static_cast<uint32_t>(offset + data.size()));
-}
-
-Outcome Fx2Driver::Data(const Buffers& b, bool direct) {
-  if (b.inSize < kHeader) return {true, false, 0};
-  const auto endpoint = static_cast<uint8_t>(Get(b.in, 13, 1));
-  const size_t offset = direct ? 0 : Get(b.in, 30, 4);
-  const size_t length = direct ? b.outSize : Get(b.in, 34, 4);
-  if (offset + length > b.outSize) return {true, false, 0};
-  uint8_t* place = b.out + offset;
-  if ((endpoint & 0x80) == 0) {
-    const UsbAnswer answer = board_.Write(endpoint, {place, place + length});
-    return Answer(answer, b.in, static_cast<uint32_t>(offset + length));
-  }
-  std::vector<uint8_t> bytes;
-  const UsbAnswer answer = board_.Read(endpoint, length, &bytes);
-  std::copy(bytes.begin(), bytes.end(), place);
-  return Answer(answer, b.in, static_cast<uint32_t>(offset + bytes.size()));
-}
-
-Outcome Fx2Driver::Run(uint32_t code, const Buffers& b) {
-  constexpr uint32_t kVersion = 0x01050600;
-  constexpr uint32_t kSecondVersion = 0x0410;
-  constexpr uint32_t kHighSpeed = 2;
-  constexpr uint8_t kFirst = 1;  // address on the bus
-  constexpr uint8_t kNoAlternate = 0;
-  char name[256] = "Simulated timing-controller board";
-  if (!board_.Present()) return {true, false, 0};
-  switch (code) {
-    case 0x220000:
-      return Fixed(b, &kVersion, sizeof kVersion);
-    case 0x220004:
-      return Fixed(b, &kSecondVersion, sizeof kSecondVersion);
-    case 0x220008:
-      return Fixed(b, &kNoAlternate, sizeof kNoAlternate);
-    case 0x220010:
-      return Fixed(b, &kFirst, sizeof kFirst);
-    case 0x220020:
-      return Control(b);
-    case 0x220024:
-      return Data(b, false);
-    case 0x220030:
-      board_.ResetPort();
-      return {};
-    case 0x22003C:
-    case 0x220040:
-      return Fixed(b, name, sizeof name);
-    case 0x22004B:
-      return Data(b, true);
-    case 0x22004C:
-      return Fixed(b, &kHighSpeed, sizeof kHighSpeed);
-    default:
-      return {true, false, 0};
-  }
-}
-
-// A request that the device leaves open until it is cancelled.
-struct OpenRequest {
-  uint8_t endpoint = 0;
-  bool cancelled = false;
-};
+constexpr Outcome kRefused = {.success = false};
 
 class Fx2Request final : public PendingRequest {
  public:
-  Fx2Request(Fx2Driver& driver, Outcome outcome, std::shared_ptr<OpenRequest> open)
-      : driver_(driver), outcome_(outcome), open_(std::move(open)) {}
+  Fx2Request(VirtualClock& clock, std::shared_ptr<Outcome> outcome)
+      : clock_(clock), outcome_(std::move(outcome)) {}
 
   uint32_t StartError() const override { return kErrorIoPending; }
   bool Wait(uint32_t milliseconds) override {
-    if (outcome_.completes || open_->cancelled) return true;
-    driver_.bench().clock().Sleep(milliseconds);
+    if (outcome_->completes) return true;
+    clock_.Sleep(milliseconds);
     return false;
   }
   // A request that nobody cancelled would be waited for without end; a simulated one gives in.
-  void Wait() override { open_->cancelled = true; }
+  void Wait() override { outcome_->completes = true; }
   bool Result(uint32_t* bytesReturned) override {
-    *bytesReturned = outcome_.bytes;
-    return outcome_.completes && outcome_.success;
+    *bytesReturned = outcome_->bytes;
+    return outcome_->completes && outcome_->success;
   }
 
  private:
-  Fx2Driver& driver_;
-  const Outcome outcome_;
-  const std::shared_ptr<OpenRequest> open_;
+  VirtualClock& clock_;
+  const std::shared_ptr<Outcome> outcome_;
 };
 
-class Fx2Device final : public Device {
+class Fx2Device final : public OpenedDevice {
  public:
-  Fx2Device(Bench& bench, Fx2Board& board) : driver_(bench, board) {}
+  Fx2Device(const Site& site, Fx2Board& board) : site_(site), board_(board) {}
 
   bool Control(uint32_t code, const void* in, uint32_t inSize, void* out, uint32_t outSize,
                uint32_t* bytesReturned) override {
     *bytesReturned = 0;
-    if (code == 0x220044) return Cancel(in, inSize);
-    const Outcome outcome = Run(code, in, inSize, out, outSize);
+    if (code == tcon_board::kAbortEndpoint) return Cancel(in, inSize);
+    const Outcome outcome = Run(code, in, inSize, {static_cast<uint8_t*>(out), outSize});
     *bytesReturned = outcome.bytes;
     return outcome.completes && outcome.success;
   }
   std::unique_ptr<PendingRequest> Begin(uint32_t code, const void* in, uint32_t inSize, void* out,
                                         uint32_t outSize) override {
-    open_ = std::make_shared<OpenRequest>();
-    if (inSize > 13) open_->endpoint = static_cast<const uint8_t*>(in)[13];
-    return std::make_unique<Fx2Request>(driver_, Run(code, in, inSize, out, outSize), open_);
+    last_ = std::make_shared<Outcome>(Run(code, in, inSize, {static_cast<uint8_t*>(out), outSize}));
+    return std::make_unique<Fx2Request>(site_.clock, last_);
   }
   bool Close() override { return true; }
   void* Handle() const override { return nullptr; }
 
  private:
-  // The driver writes its status into the caller's record, also where that is the input.
-  Outcome Run(uint32_t code, const void* in, uint32_t inSize, void* out, uint32_t outSize) {
-    return driver_.Run(code, {const_cast<uint8_t*>(static_cast<const uint8_t*>(in)), inSize,
-                              static_cast<uint8_t*>(out), outSize});
+  Outcome Run(uint32_t code, const void* in, uint32_t inSize, std::span<uint8_t> out) {
+    if (!board_.Present()) return kRefused;
+    for (const FixedAnswer& answer : kFixedAnswers) {
+      if (answer.code == code) return Fixed(out, &answer.value, answer.size);
+    }
+    switch (code) {
+      case tcon_board::kControlTransfer:
+      case tcon_board::kBufferedTransfer:
+      case tcon_board::kDirectTransfer:
+        return inSize < tcon_board::kHeaderSize ? kRefused : Transfer(code, in, inSize, out);
+      case tcon_board::kResetPort:
+        board_.ResetPort();
+        return {};
+      case tcon_board::kGetDeviceName:
+      case tcon_board::kGetFriendlyName:
+        return Fixed(out, kName, sizeof kName);
+      default:
+        return kRefused;
+    }
   }
+
+  static Outcome Fixed(std::span<uint8_t> out, const void* bytes, size_t size) {
+    if (out.size() < size) return kRefused;
+    std::memcpy(out.data(), bytes, size);
+    return {.bytes = static_cast<uint32_t>(size)};
+  }
+
+  // Direct transfers have the data alone in their output, the others record and data. The driver
+  // writes its status into the caller's record, also where that is the input.
+  Outcome Transfer(uint32_t code, const void* in, uint32_t inSize, std::span<uint8_t> out) {
+    tcon_board::TransferHeader header;
+    std::memcpy(&header, in, sizeof header);
+    const bool direct = code == tcon_board::kDirectTransfer;
+    const bool control = code == tcon_board::kControlTransfer;
+    const size_t offset = direct ? 0 : header.dataOffset;
+    const size_t length = direct ? out.size() : header.dataLength;
+    if (offset + length > out.size() || (!direct && offset < sizeof header)) return kRefused;
+    if (control && (inSize != out.size() || length != header.length)) return kRefused;
+    const UsbSetup setup{header.requestType, header.request, header.value, header.index,
+                         header.length};
+    const std::span data = out.subspan(offset, length);
+    const UsbResult result =
+        control ? board_.Control(setup, data) : board_.Transfer(header.endpoint, data);
+    if (result.answer == UsbAnswer::kGone) return kRefused;
+    if (result.answer == UsbAnswer::kSilent) return {false, false, 0, header.endpoint};
+    const bool stalled = result.answer == UsbAnswer::kStall;
+    header.ntStatus = stalled ? kStatusUnsuccessful : kSuccess;
+    header.usbdStatus = stalled ? kUsbdStallPid : kSuccess;
+    if (site_.faults.Strikes(FaultKind::kUsbStatus)) header.usbdStatus = kUsbdCanceled;
+    std::memcpy(direct ? const_cast<void*>(in) : out.data(), &header, sizeof header);
+    return {.bytes = static_cast<uint32_t>(stalled ? sizeof header : offset + result.moved)};
+  }
+
   bool Cancel(const void* in, uint32_t inSize) {
-    if (inSize != 1 || open_ == nullptr) return false;
-    if (open_->endpoint == *static_cast<const uint8_t*>(in)) open_->cancelled = true;
+    if (inSize != 1 || last_ == nullptr) return false;
+    if (last_->endpoint == *static_cast<const uint8_t*>(in)) last_->completes = true;
     return true;
   }
 
-  Fx2Driver driver_;
-  std::shared_ptr<OpenRequest> open_;
+  const Site site_;
+  Fx2Board& board_;
+  std::shared_ptr<Outcome> last_;  // of the request begun last
 };
 
 class OneDevice final : public DeviceInterfaceSet {
@@ -233,48 +167,38 @@ class OneDevice final : public DeviceInterfaceSet {
   const bool present_;
 };
 
-class Notification final : public DeviceNotification {
- public:
-  explicit Notification(int& count) : count_(count) { ++count_; }
-  bool Close() override {
-    --count_;
-    return true;
-  }
-
- private:
-  int& count_;
+struct Notification final : DeviceNotification {
+  bool Close() override { return true; }
 };
 
 }  // namespace
 
-Fx2Adapter::Fx2Adapter(Bench& bench) : bench_(bench), board_(bench) {
-  bench.deviceInterfaces().Connect(this);
-  bench.devices().Add(kPath, [this](const DeviceOpenMode&) -> std::unique_ptr<Device> {
+Fx2Adapter::Fx2Adapter(const Site& site, DeviceInterfaceSocket& interfaces, DeviceSockets& devices)
+    : site_(site), interfaces_(interfaces), devices_(devices), board_(site) {
+  interfaces_.Connect(this);
+  devices_.Add(kPath, [this](const DeviceOpenMode&) -> std::unique_ptr<OpenedDevice> {
     if (!board_.Present()) return nullptr;
-    return std::make_unique<Fx2Device>(bench_, board_);
+    return std::make_unique<Fx2Device>(site_, board_);
   });
 }
 
 Fx2Adapter::~Fx2Adapter() {
-  bench_.deviceInterfaces().Connect(nullptr);
-  bench_.devices().Remove(kPath);
+  interfaces_.Connect(nullptr);
+  devices_.Remove(kPath);
 }
 
 std::unique_ptr<DeviceInterfaceSet> Fx2Adapter::Present(const Guid& interfaceClass) {
-  return std::make_unique<OneDevice>(interfaceClass == kClass && board_.Present());
+  return std::make_unique<OneDevice>(interfaceClass == tcon_board::kTconInterfaceClass &&
+                                     board_.Present());
 }
 
 std::unique_ptr<DeviceNotification> Fx2Adapter::NotifyOfClass(void* /*window*/,
                                                               const Guid& /*interfaceClass*/) {
-  return std::make_unique<Notification>(notifications);
+  return std::make_unique<Notification>();
 }
 
 std::unique_ptr<DeviceNotification> Fx2Adapter::NotifyOfHandle(void* /*window*/, void* /*device*/) {
-  return std::make_unique<Notification>(notifications);
-}
-
-std::unique_ptr<Adapter> MakeFx2(Bench& bench, std::string* /*whyNot*/) {
-  return std::make_unique<Fx2Adapter>(bench);
+  return std::make_unique<Notification>();
 }
 
 }  // namespace brisk::sim

@@ -1,11 +1,12 @@
 #pragma once
 
 #include <memory>
-#include <string>
 
 #include "platform/device_interfaces.h"
+#include "sim/adapters/adapter.h"
+#include "sim/adapters/plugged.h"
 #include "sim/adapters/tcon_board/fx2_board.h"
-#include "sim/config/adapter.h"
+#include "sim/pc/connectors.h"
 
 namespace brisk::sim {
 
@@ -13,7 +14,7 @@ namespace brisk::sim {
 // interface class, opened by path, answering device-control requests.
 class Fx2Adapter final : public Adapter, public DeviceInterfaces {
  public:
-  explicit Fx2Adapter(Bench& bench);
+  Fx2Adapter(const Site& site, DeviceInterfaceSocket& interfaces, DeviceSockets& devices);
   ~Fx2Adapter() override;
 
   Fx2Board& board() { return board_; }
@@ -23,14 +24,12 @@ class Fx2Adapter final : public Adapter, public DeviceInterfaces {
                                                     const Guid& interfaceClass) override;
   std::unique_ptr<DeviceNotification> NotifyOfHandle(void* window, void* device) override;
 
-  // Notifications registered and not closed.
-  int notifications = 0;
-
  private:
-  Bench& bench_;
+  const Site site_;
+  DeviceInterfaceSocket& interfaces_;
+  DeviceSockets& devices_;
   Fx2Board board_;
+  const Plugged<Fx2Adapter> plugged_{*this};
 };
-
-std::unique_ptr<Adapter> MakeFx2(Bench& bench, std::string* whyNot);
 
 }  // namespace brisk::sim

@@ -1,228 +1,223 @@
+// The FX2's memory: internal RAM up to 0x2000, scratch RAM from 0xE000 to 0xE200, both of which the
+// ROM's request 0xA0 reaches, and external RAM between them, which only running firmware can write.
+// The CPU control register at 0xE600 holds the CPU in reset while its bit 0 is set.
+//
+// Firmware requests with a data stage to the board act on the whole of it; block requests carry up
+// to 64 bytes, and a longer message is spread over first, middle and last ones.
 #include "sim/adapters/tcon_board/fx2_board.h"
 
 #include <algorithm>
 #include <mutex>
+#include <numeric>
 
-#include "sim/adapters/tcon_board/fx2_descriptors.h"
+#include "sim/common/faults.h"
 
 namespace brisk::sim {
 namespace {
 
+constexpr size_t kRamSize = 0x10000;
+constexpr uint32_t kInternalRamEnd = 0x2000;
 constexpr uint32_t kCpuControl = 0xE600;
 constexpr uint32_t kScratchRam = 0xE000;
 constexpr uint32_t kScratchRamEnd = 0xE200;
 constexpr uint64_t kControlNs = 125'000;
 
-// Where bytes sent to an OUT endpoint come back; by endpoint number.
-constexpr uint8_t kLoopBulkOut = 2;
-constexpr uint8_t kLoopBulkIn = 6;
-constexpr uint8_t kIsochronousOut = 4;
-constexpr uint8_t kIsochronousIn = 8;
+// Addresses of the endpoints that take bytes, and where these come back; isochronous ones do not.
+constexpr uint8_t kInterruptOut = 0x01;  // number 1 in both directions
+constexpr uint8_t kBulkOut = 0x02;
+constexpr uint8_t kBulkIn = 0x86;
+constexpr uint8_t kIsochronousOut = 0x04;
+constexpr uint8_t kIsochronousIn = 0x88;
+
+// Request types: USB 2.0, chapter 9.3.
+constexpr uint8_t kTypeMask = 0x60;
+constexpr uint8_t kStandardIn = 0x80;
+constexpr uint8_t kGetDescriptor = 6;
+constexpr uint8_t kToBoard = 0x40;  // vendor requests
+constexpr uint8_t kFromBoard = 0xC0;
+
+constexpr uint8_t kRam = 0xA0;  // in ROM; value: address
+constexpr uint8_t kRate400kHz = 0xAB;
+constexpr uint8_t kReadMessage = 0xB2;
+constexpr uint8_t kReadFirst = 0xB4;
+constexpr uint8_t kWriteLast = 0xB7;
+constexpr size_t kLongestBlock = 64;
 
 }  // namespace
 
-Fx2Board::Fx2Board(Bench& bench)
-    : bench_(bench), master_(bench.board(), bench.clock()), ram_(kRamSize) {}
+// The request and what answers it.
+struct Fx2Board::VendorRequest {
+  uint8_t type;
+  uint8_t request;
+  bool (Fx2Board::*run)(const UsbSetup& setup, std::vector<uint8_t>* data);
+};
+
+const Fx2Board::VendorRequest Fx2Board::kVendorRequests[] = {
+    {kToBoard, 0xA2, &Fx2Board::Registers},    // value: the first register
+    {kToBoard, 0xA3, &Fx2Board::WriteMemory},  // value: address in the external memory
+    {kToBoard, 0xA4, &Fx2Board::SetSlave},     // value: 7-bit address for the register requests
+    {kToBoard, 0xAA, &Fx2Board::SetRate},      // 100 kHz
+    {kToBoard, kRate400kHz, &Fx2Board::SetRate},
+    {kFromBoard, 0xAE, &Fx2Board::Registers},  // value: the register
+    {kToBoard, 0xC1, &Fx2Board::Port},         // value: the byte; index: the port
+    {kFromBoard, 0xC2, &Fx2Board::Port},       // index: the port
+    // Whole messages, then first, middle and last packets of longer ones; value: 7-bit address.
+    {kToBoard, 0xB1, &Fx2Board::Block},
+    {kFromBoard, kReadMessage, &Fx2Board::Block},
+    {kToBoard, 0xB3, &Fx2Board::Block},
+    {kFromBoard, kReadFirst, &Fx2Board::Block},
+    {kToBoard, 0xB5, &Fx2Board::Block},
+    {kFromBoard, 0xB6, &Fx2Board::Block},
+    {kToBoard, kWriteLast, &Fx2Board::Block},
+    {kFromBoard, 0xB8, &Fx2Board::Block},
+};
+
+Fx2Board::Fx2Board(const Site& site)
+    : site_(site), master_(site.board, site.clock), ram_(kRamSize) {}
 
 bool Fx2Board::Present() {
-  if (bench_.faults().Strikes(FaultKind::kUsbUnplug)) gone_ = true;
+  if (site_.faults.Strikes(FaultKind::kUsbUnplug)) gone_ = true;
   return !gone_;
 }
 
-UsbAnswer Fx2Board::Control(const UsbSetup& setup, std::vector<uint8_t>* data) {
-  if (!Present()) return UsbAnswer::kGone;
-  const std::lock_guard lock(bench_.board().mutex());
-  bench_.clock().Spend(kControlNs);
-  seen.push_back({setup, setup.in() ? std::vector<uint8_t>() : *data});
+UsbResult Fx2Board::Control(const UsbSetup& setup, std::span<uint8_t> stage) {
+  if (!Present()) return {UsbAnswer::kGone};
+  const std::lock_guard lock(site_.board.mutex());
+  site_.clock.Spend(kControlNs);
+  std::vector<uint8_t> data;
+  if (!setup.in()) data.assign(stage.begin(), stage.end());
+  seen.push_back({setup, data});
   if (seen.size() > kMostSeen) seen.pop_front();
-  const bool vendor = (setup.requestType & 0x60) == 0x40;
-  if (vendor && bench_.faults().Strikes(FaultKind::kUsbStall)) return UsbAnswer::kStall;
-  if (vendor && bench_.faults().Strikes(FaultKind::kUsbTimeOut)) return UsbAnswer::kSilent;
-  UsbAnswer answer = UsbAnswer::kStall;
-  if (!vendor) {
-    answer = Standard(setup, data);
-  } else if (setup.request == 0xA0) {
-    answer = LoadRam(setup, data);
-  } else if (FirmwareRuns()) {
-    answer = Vendor(setup, data);
+  const bool vendor = (setup.requestType & kTypeMask) == kToBoard;
+  if (vendor && site_.faults.Strikes(FaultKind::kUsbStall)) return {UsbAnswer::kStall};
+  if (vendor && site_.faults.Strikes(FaultKind::kUsbTimeOut)) return {UsbAnswer::kSilent};
+  bool done = false;
+  if (vendor) {
+    done = setup.request == kRam ? LoadRam(setup, &data) : Vendor(setup, &data);
+  } else if (setup.requestType == kStandardIn && setup.request == kGetDescriptor) {
+    data = Fx2Descriptor(setup.value);
+    done = !data.empty();
   }
-  if (!setup.in() || answer != UsbAnswer::kDone) return answer;
-  data->resize(std::min<size_t>(data->size(), setup.length));
-  if (vendor && !data->empty() && bench_.faults().Strikes(FaultKind::kUsbShort)) data->pop_back();
-  return answer;
+  if (!done) return {UsbAnswer::kStall};
+  if (setup.in()) {
+    data.resize(std::min(data.size(), stage.size()));
+    if (vendor && !data.empty() && site_.faults.Strikes(FaultKind::kUsbShort)) data.pop_back();
+    std::copy(data.begin(), data.end(), stage.begin());
+  }
+  return {UsbAnswer::kDone, data.size()};
 }
 
-UsbAnswer Fx2Board::Standard(const UsbSetup& setup, std::vector<uint8_t>* data) {
-  if (setup.requestType != 0x80 || setup.request != 6) return UsbAnswer::kStall;
-  const auto index = static_cast<uint8_t>(setup.value);
-  data->clear();
-  switch (setup.value >> 8) {
-    case 1:
-      *data = Fx2DeviceDescriptor();
-      break;
-    case 2:
-      if (index == 0) *data = Fx2ConfigDescriptor();
-      break;
-    case 3:
-      *data = Fx2StringDescriptor(index);
-      break;
-    default:
-      break;
-  }
-  return data->empty() ? UsbAnswer::kStall : UsbAnswer::kDone;
-}
-
-UsbAnswer Fx2Board::LoadRam(const UsbSetup& setup, std::vector<uint8_t>* data) {
+bool Fx2Board::LoadRam(const UsbSetup& setup, std::vector<uint8_t>* data) {
   const uint32_t end = uint32_t{setup.value} + setup.length;
   if (!setup.in() && setup.value == kCpuControl) {
-    if (data->size() != 1) return UsbAnswer::kStall;
+    if (data->size() != 1) return false;
     const bool hold = ((*data)[0] & 1) != 0;
     if (hold && !cpuHeld_) imageBytes_ = 0;
     cpuHeld_ = hold;
-    return UsbAnswer::kDone;
+    return true;
   }
   const bool scratch = setup.value >= kScratchRam && end <= kScratchRamEnd;
-  if (end > kInternalRamEnd && !scratch) return UsbAnswer::kStall;
+  if (end > kInternalRamEnd && !scratch) return false;
   if (setup.in()) {
     data->assign(ram_.begin() + setup.value, ram_.begin() + end);
   } else {
     std::copy(data->begin(), data->end(), ram_.begin() + setup.value);
     imageBytes_ += data->size();
   }
-  return UsbAnswer::kDone;
+  return true;
 }
 
-UsbAnswer Fx2Board::Vendor(const UsbSetup& setup, std::vector<uint8_t>* data) {
-  const auto number = static_cast<uint8_t>(setup.index);
-  bool ok = true;
-  switch (setup.requestType << 8 | setup.request) {
-    case 0x40A2:
-      ok = WriteRegister(static_cast<uint8_t>(setup.value), *data);
-      break;
-    case 0x40A3:
-      ok = setup.value >= kInternalRamEnd && setup.value + data->size() <= kScratchRam;
-      if (ok) std::copy(data->begin(), data->end(), ram_.begin() + setup.value);
-      break;
-    case 0x40A4:
-      slave_ = static_cast<uint8_t>(setup.value << 1);
-      break;
-    case 0xC0AE:
-      ok = ReadRegister(static_cast<uint8_t>(setup.value), data);
-      break;
-    case 0x40AA:
-      SetRate(100);
-      break;
-    case 0x40AB:
-      SetRate(400);
-      break;
-    case 0x40B1:
-    case 0x40B3:
-    case 0x40B5:
-    case 0x40B7:
-      ok = BlockWrite(setup, *data);
-      break;
-    case 0xC0B2:
-    case 0xC0B4:
-    case 0xC0B6:
-    case 0xC0B8:
-      ok = BlockRead(setup, data);
-      break;
-    case 0x40C1:
-      ports_[number] = static_cast<uint8_t>(setup.value);
-      break;
-    case 0xC0C2:
-      *data = {ports_[number]};
-      break;
-    default:
-      ok = false;
+bool Fx2Board::Vendor(const UsbSetup& setup, std::vector<uint8_t>* data) {
+  if (!FirmwareRuns()) return false;
+  for (const VendorRequest& each : kVendorRequests) {
+    if (each.type != setup.requestType || each.request != setup.request) continue;
+    return (this->*each.run)(setup, data);
   }
-  return ok ? UsbAnswer::kDone : UsbAnswer::kStall;
+  return false;
 }
 
-void Fx2Board::SetRate(unsigned kHz) {
-  i2cRate_ = kHz;
-  master_.SetI2cRate(kHz);
+bool Fx2Board::WriteMemory(const UsbSetup& setup, std::vector<uint8_t>* data) {
+  if (setup.value < kInternalRamEnd || setup.value + data->size() > kScratchRam) return false;
+  std::copy(data->begin(), data->end(), ram_.begin() + setup.value);
+  return true;
 }
 
-bool Fx2Board::WriteRegister(uint8_t address, const std::vector<uint8_t>& data) {
+bool Fx2Board::SetSlave(const UsbSetup& setup, std::vector<uint8_t>* /*data*/) {
+  slave_ = static_cast<uint8_t>(setup.value << 1);
+  return true;
+}
+
+bool Fx2Board::SetRate(const UsbSetup& setup, std::vector<uint8_t>* /*data*/) {
+  master_.SetI2cRate(setup.request == kRate400kHz ? 400 : 100);
+  return true;
+}
+
+bool Fx2Board::Port(const UsbSetup& setup, std::vector<uint8_t>* data) {
+  uint8_t& port = ports_[static_cast<uint8_t>(setup.index)];
+  if (setup.in()) {
+    *data = {port};
+  } else {
+    port = static_cast<uint8_t>(setup.value);
+  }
+  return true;
+}
+
+bool Fx2Board::Registers(const UsbSetup& setup, std::vector<uint8_t>* data) {
   master_.Start();
-  bool ok = master_.Send(slave_) && master_.Send(address);
-  for (const uint8_t byte : data) ok = ok && master_.Send(byte);
-  master_.Stop();
-  return ok;
-}
-
-bool Fx2Board::ReadRegister(uint8_t address, std::vector<uint8_t>* data) {
-  master_.Start();
-  bool ok = master_.Send(slave_) && master_.Send(address);
-  if (ok) {
+  bool ok = master_.Send(slave_) && master_.Send(static_cast<uint8_t>(setup.value));
+  for (const uint8_t byte : *data) ok = ok && master_.Send(byte);
+  if (ok && setup.in()) {
     master_.Start();
     ok = master_.Send(slave_ | 1);
+    if (ok) *data = {master_.Receive(false)};
   }
-  if (ok) *data = {master_.Receive(false)};
   master_.Stop();
   return ok;
 }
 
-// 0xB1 and 0xB3 begin a message, 0xB1 and 0xB7 end it.
-bool Fx2Board::BlockWrite(const UsbSetup& setup, const std::vector<uint8_t>& data) {
-  const bool first = setup.request == 0xB1 || setup.request == 0xB3;
-  const bool last = setup.request == 0xB1 || setup.request == 0xB7;
-  bool ok = data.size() <= 64;
+// A read begins with a repeated start after a write without stop. Its message's last byte is
+// answered with NACK.
+bool Fx2Board::Block(const UsbSetup& setup, std::vector<uint8_t>* data) {
+  const bool first = setup.request <= kReadFirst;
+  const bool last = setup.request <= kReadMessage || setup.request >= kWriteLast;
+  bool ok = setup.length <= kLongestBlock;
   if (ok && first) {
     master_.Start();
-    ok = master_.Send(static_cast<uint8_t>(setup.value << 1));
+    ok = master_.Send(static_cast<uint8_t>(setup.value << 1 | (setup.in() ? 1 : 0)));
   }
-  for (const uint8_t byte : data) ok = ok && master_.Send(byte);
-  if (last || !ok) master_.Stop();
-  return ok;
-}
-
-// 0xB2 and 0xB4 begin the message with a repeated start after a write without stop; 0xB2 and 0xB8
-// end it, and answer the last byte with NACK.
-bool Fx2Board::BlockRead(const UsbSetup& setup, std::vector<uint8_t>* data) {
-  const bool first = setup.request == 0xB2 || setup.request == 0xB4;
-  const bool last = setup.request == 0xB2 || setup.request == 0xB8;
-  bool ok = setup.length <= 64;
-  if (ok && first) {
-    master_.Start();
-    ok = master_.Send(static_cast<uint8_t>(setup.value << 1 | 1));
-  }
-  data->clear();
   for (size_t i = 0; ok && i < setup.length; ++i) {
-    data->push_back(master_.Receive(!last || i + 1 < setup.length));
+    if (setup.in()) {
+      data->push_back(master_.Receive(!last || i + 1 < setup.length));
+    } else {
+      ok = master_.Send((*data)[i]);
+    }
   }
   if (last || !ok) master_.Stop();
   return ok;
 }
 
-UsbAnswer Fx2Board::Write(uint8_t endpoint, const std::vector<uint8_t>& bytes) {
-  if (!Present()) return UsbAnswer::kGone;
-  if (endpoint == kIsochronousOut) return UsbAnswer::kDone;  // nobody has to listen
-  if (endpoint != kLoopBulkOut && endpoint != 1) return UsbAnswer::kStall;
-  if (!FirmwareRuns() || bench_.faults().Strikes(FaultKind::kUsbTimeOut)) return UsbAnswer::kSilent;
-  if (bench_.faults().Strikes(FaultKind::kUsbStall)) return UsbAnswer::kStall;
-  std::deque<uint8_t>& pipe = pipes_[endpoint == kLoopBulkOut ? kLoopBulkIn : endpoint];
-  pipe.insert(pipe.end(), bytes.begin(), bytes.end());
-  return UsbAnswer::kDone;
-}
-
-UsbAnswer Fx2Board::Read(uint8_t endpoint, size_t most, std::vector<uint8_t>* bytes) {
-  if (!Present()) return UsbAnswer::kGone;
-  const uint8_t number = endpoint & 0x0F;
-  if (number == kIsochronousIn) {
-    bytes->resize(most);
-    for (size_t i = 0; i < most; ++i) (*bytes)[i] = static_cast<uint8_t>(i);
-    return UsbAnswer::kDone;
+UsbResult Fx2Board::Transfer(uint8_t endpoint, std::span<uint8_t> bytes) {
+  if (!Present()) return {UsbAnswer::kGone};
+  const bool in = (endpoint & 0x80) != 0;
+  if (endpoint == kIsochronousIn) std::iota(bytes.begin(), bytes.end(), uint8_t{0});
+  if (endpoint == kIsochronousIn || endpoint == kIsochronousOut) {
+    return {UsbAnswer::kDone, bytes.size()};  // whether or not anybody listens
   }
-  std::deque<uint8_t>& pipe = pipes_[number];
-  if (pipe.empty() || bench_.faults().Strikes(FaultKind::kUsbTimeOut)) return UsbAnswer::kSilent;
-  if (bench_.faults().Strikes(FaultKind::kUsbStall)) return UsbAnswer::kStall;
-  size_t count = std::min(most, pipe.size());
-  if (bench_.faults().Strikes(FaultKind::kUsbShort)) count /= 2;
-  bytes->assign(pipe.begin(), pipe.begin() + static_cast<ptrdiff_t>(count));
-  pipe.erase(pipe.begin(), pipe.begin() + static_cast<ptrdiff_t>(count));
-  return UsbAnswer::kDone;
+  if (!in && endpoint != kBulkOut && endpoint != kInterruptOut) return {UsbAnswer::kStall};
+  std::deque<uint8_t>& pipe = pipes_[(endpoint == kBulkOut ? kBulkIn : endpoint) & 0x0F];
+  const bool ready = in ? !pipe.empty() : FirmwareRuns();
+  if (!ready || site_.faults.Strikes(FaultKind::kUsbTimeOut)) return {UsbAnswer::kSilent};
+  if (site_.faults.Strikes(FaultKind::kUsbStall)) return {UsbAnswer::kStall};
+  if (!in) {
+    pipe.insert(pipe.end(), bytes.begin(), bytes.end());
+    return {UsbAnswer::kDone, bytes.size()};
+  }
+  size_t count = std::min(bytes.size(), pipe.size());
+  if (site_.faults.Strikes(FaultKind::kUsbShort)) count /= 2;
+  const auto end = pipe.begin() + static_cast<ptrdiff_t>(count);
+  std::copy(pipe.begin(), end, bytes.begin());
+  pipe.erase(pipe.begin(), end);
+  return {UsbAnswer::kDone, count};
 }
 
 }  // namespace brisk::sim

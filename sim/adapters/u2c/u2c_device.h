@@ -1,13 +1,13 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
-#include <string>
 
+#include "contracts/u2c.h"
+#include "sim/adapters/adapter.h"
+#include "sim/adapters/plugged.h"
 #include "sim/board/board_master.h"
 #include "sim/board/wires.h"
-#include "sim/config/adapter.h"
-#include "sim/config/bench.h"
+#include "sim/pc/connectors.h"
 
 namespace brisk::sim {
 
@@ -22,30 +22,28 @@ class U2cDevice final : public Adapter, private I2cDevice {
   static constexpr int32_t kHandle = 0x55;
   static constexpr int32_t kFailed = 1;
 
-  // A transaction as the library's users lay it out, without padding.
-  struct Record {
-    uint8_t address;
-    uint8_t memoryLength;
-    uint32_t memoryAddress;
-    uint16_t length;
-    uint8_t* buffer;
-  };
-
-  explicit U2cDevice(Bench& bench);
+  U2cDevice(const Site& site, LibraryShelf& libraries);
   ~U2cDevice() override;
 
   // False when the adapter is away or the call is to fail; counts the call.
   bool Call(int32_t handle, const char* function);
   int32_t Open();
+  Board& board() { return site_.board; }
 
+  // The general-purpose lines, of which only line 0 is connected: outputs among those in the mask,
+  // and their levels.
   void SetDirection(uint32_t mask, uint32_t outputs);
   void SetLines(uint32_t value, uint32_t mask);
+  // The I2C master, with the plain outputs out of its way.
   BoardMaster& master();
-  int32_t Write(const Record& record);
-  int32_t Read(const Record& record);
+  // Whole transactions, from START to STOP. They fail, with the STOP, at the first byte that is not
+  // acknowledged; too long ones move nothing. The last byte read is not acknowledged.
+  int32_t Write(const u2c::Transaction& transaction);
+  int32_t Read(u2c::Transaction* transaction);
+  // Clocks by the library's codes; an unknown code fails and changes nothing.
   int32_t SetI2cCode(uint8_t code);
   int32_t SetSpiCode(uint8_t code);
-  uint8_t ExchangeSpi(uint8_t byte);
+  uint8_t ExchangeSpi(uint8_t byte) { return master_.ExchangeSpi(byte, line0_); }
   // SDA and SCL as plain outputs; true releases.
   void DriveSda(bool released);
   void DriveScl(bool released);
@@ -58,9 +56,10 @@ class U2cDevice final : public Adapter, private I2cDevice {
   void LinesChanged(bool scl, bool sda) override;
   void Drive(bool scl, bool sda);  // as plain outputs
   void TakeFromMaster();
-  bool SendMemoryAddress(const Record& record);
+  bool SendMemoryAddress(const u2c::Transaction& transaction);
 
-  Bench& bench_;
+  const Site site_;
+  LibraryShelf& libraries_;
   BoardMaster master_;
   const I2cWires::Driver plain_;
   bool sda_ = true;
@@ -70,8 +69,7 @@ class U2cDevice final : public Adapter, private I2cDevice {
   unsigned i2cKHz_ = 100;
   unsigned spiKHz_ = 200;
   uint64_t calls_ = 0;
+  const Plugged<U2cDevice> plugged_{*this};
 };
-
-std::unique_ptr<Adapter> MakeU2c(Bench& bench, std::string* whyNot);
 
 }  // namespace brisk::sim

@@ -1,74 +1,116 @@
+// Every operation is one exchange of packets or more. An erase or a program is three: write enable,
+// with the status read until its latch is set; the command; the status read until it is not busy.
+#include "adapters/debug_board/debug_board_flash.h"
+
 #include <algorithm>
-#include <vector>
 
-#include "adapters/debug_board/debug_board.h"
-#include "base/debug.h"
-#include "base/user_message.h"
 #include "flash/commands.h"
-#include "platform/platform.h"
+#include "flash/debug_lines.h"
 
-namespace brisk::usb {
+namespace brisk::debug_board {
 namespace {
 
 constexpr uint32_t kPollInterval = 1;  // milliseconds
 
-Frame Addressed(BoardCommand command, uint32_t address, size_t count = 0) {
-  return Frame(command, {static_cast<uint8_t>(address >> 16), static_cast<uint8_t>(address >> 8),
-                         static_cast<uint8_t>(address), static_cast<uint8_t>(count)});
-}
+// The board knows no file: what goes to it has the file's own length and keeps to pages.
+constexpr flash::FileForm kForm{
+    .erasesFirst = true,
+    .readsAhead = true,
+    .countsProgrammed = true,
+    .countsRead = true,
+    .checksWrites = true,
+};
 
-// The first `limit` bytes of the file, or all of it when it is shorter or `limit` is 0.
-std::vector<uint8_t> ReadFile(File& file, uint32_t limit) {
-  constexpr size_t kChunk = 65536;
-  std::vector<uint8_t> bytes;
-  while (limit == 0 || bytes.size() < limit) {
-    const size_t old = bytes.size();
-    const size_t want = limit == 0 ? kChunk : std::min<size_t>(kChunk, limit - old);
-    bytes.resize(old + want, 0xFF);
-    const size_t got = file.Read(bytes.data() + old, want);
-    bytes.resize(old + got);
-    if (got < want) break;
-  }
-  return bytes;
+// Addresses travel as 24 bits, the count beside them where a command has one.
+Frame Addressed(BoardCommand command, uint32_t address, size_t count = 0) {
+  return Frame(command, {ByteOf(address, 2), ByteOf(address, 1), ByteOf(address, 0),
+                         static_cast<uint8_t>(count)});
 }
 
 }  // namespace
 
-bool DebugBoardBackEnd::WaitForStatus(uint8_t mask, uint8_t wanted) {
+DebugBoardFlash::DebugBoardFlash(BoardLibrary& library, Clock& clock, Files& files, CDebug& log,
+                                 ProgressReporter& reporter)
+    : library_(library), clock_(clock), log_(log), transfer_(*this, kForm, files, log, reporter) {}
+
+Outcome<uint32_t> DebugBoardFlash::ReadId() {
+  if (!library_.ready()) return Cause::kNoAdapter;
+  Frame frame(kFlashId);
+  library_.Exchange(frame);
+  const uint32_t id = uint32_t{frame.data[0]} << 16 | frame.data[1] << 8 | frame.data[2];
+  flash::LogId(log_, id);
+  return id;
+}
+
+void DebugBoardFlash::BulkErase() { EraseWith(Frame(kFlashErase)); }
+
+void DebugBoardFlash::EraseSector(uint32_t address) { EraseWith(Addressed(kFlashSector, address)); }
+
+void DebugBoardFlash::WriteByte(uint32_t address, uint32_t data) {
+  flash::LogWriteByte(log_, address, data);
+  if (!library_.ready()) return;
+  const auto byte = static_cast<uint8_t>(data);
+  Program(address, {&byte, 1});
+}
+
+void DebugBoardFlash::ReadByte(uint32_t address, uint32_t* data) {
+  flash::LogReadByte(log_, address);
+  uint8_t byte = 0;
+  if (data != nullptr && Read(address, {&byte, 1})) *data = byte;
+}
+
+flash::Transferred DebugBoardFlash::ProgramFromFile(uint32_t address, uint32_t maxSize,
+                                                    const char* path, bool erase) {
+  const Status ready = Ready(path);
+  return ready.ok() ? transfer_.FromFile(address, maxSize, path, erase)
+                    : flash::Transferred{0, ready};
+}
+
+flash::Transferred DebugBoardFlash::ProgramToFile(uint32_t address, uint32_t maxSize,
+                                                  const char* path) {
+  const Status ready = Ready(path);
+  return ready.ok() ? transfer_.ToFile(address, maxSize, path) : flash::Transferred{0, ready};
+}
+
+Status DebugBoardFlash::Ready(const char* path) const {
+  if (path == nullptr) return Cause::kBadArgument;
+  return library_.ready() ? Status() : Cause::kNoAdapter;
+}
+
+bool DebugBoardFlash::WaitForStatus(uint8_t mask, uint8_t wanted) {
   for (;;) {
     Frame frame(kFlashStatus);
     if (library_.Exchange(frame) == 0) return false;
     if ((frame.data[0] & mask) == wanted) return true;
-    platform().clock.Sleep(kPollInterval);
+    clock_.Sleep(kPollInterval);
   }
 }
 
-bool DebugBoardBackEnd::FlashEnable() {
-  Send(Frame(kFlashEnable));
+bool DebugBoardFlash::EnableWrites() {
+  Frame frame(kFlashEnable);
+  library_.Exchange(frame);
   return WaitForStatus(flash::kWriteEnableLatch, flash::kWriteEnableLatch);
 }
 
-void DebugBoardBackEnd::FlashCommand(Frame frame) {
+// The command follows even when the board did not say that it may.
+void DebugBoardFlash::EraseWith(Frame command) {
   if (!library_.ready()) return;
-  FlashEnable();
-  library_.Exchange(frame);
+  EnableWrites();
+  library_.Exchange(command);
   WaitForStatus(flash::kWriteInProgress, 0);
 }
 
-void DebugBoardBackEnd::SPIBulkErase() { FlashCommand(Frame(kFlashErase)); }
-
-void DebugBoardBackEnd::SPISectorErase(uint32_t adr) { FlashCommand(Addressed(kFlashSector, adr)); }
-
-bool DebugBoardBackEnd::ProgramPacket(uint32_t address, std::span<const uint8_t> bytes) {
-  if (!FlashEnable()) return false;
+bool DebugBoardFlash::ProgramPacket(uint32_t address, Bytes bytes) {
+  if (!EnableWrites()) return false;
   Frame frame = Addressed(kFlashProgram, address, bytes.size());
   std::copy(bytes.begin(), bytes.end(), frame.command.begin() + kProgramHeader);
   library_.Exchange(frame);
   return WaitForStatus(flash::kWriteInProgress, 0);
 }
 
-// Within one page.
-bool DebugBoardBackEnd::ProgramRange(uint32_t address, std::span<const uint8_t> bytes) {
+// A packet carries 58 bytes beside its header, so a page is five of them, each with its own write
+// enable and wait.
+bool DebugBoardFlash::Program(uint32_t address, Bytes bytes) {
   while (!bytes.empty()) {
     const size_t count = std::min(bytes.size(), kProgramMax);
     if (!ProgramPacket(address, bytes.first(count))) return false;
@@ -78,7 +120,7 @@ bool DebugBoardBackEnd::ProgramRange(uint32_t address, std::span<const uint8_t> 
   return true;
 }
 
-bool DebugBoardBackEnd::ReadRange(uint32_t address, std::span<uint8_t> bytes) {
+bool DebugBoardFlash::Read(uint32_t address, Buffer bytes) {
   while (!bytes.empty()) {
     const size_t count = std::min(bytes.size(), kReadMax);
     Frame frame = Addressed(kFlashRead, address, count);
@@ -90,92 +132,4 @@ bool DebugBoardBackEnd::ReadRange(uint32_t address, std::span<uint8_t> bytes) {
   return true;
 }
 
-uint32_t DebugBoardBackEnd::SPIReadID() {
-  if (!library_.ready()) return 0;
-  Frame frame(kFlashId);
-  library_.Exchange(frame);
-  const uint32_t manufacturer = frame.data[0];
-  const uint32_t type = frame.data[1];
-  const uint32_t capacity = frame.data[2];
-  debugLog.Print(0,
-                 "SPIReadID, Manufacturer ID = 0x%x, Memory Type =0x%x,  Memory Capacity =0x%x\n",
-                 manufacturer, type, capacity);
-  return manufacturer << 16 | type << 8 | capacity;
-}
-
-void DebugBoardBackEnd::SPIWriteByte(uint32_t adr, uint32_t data) {
-  debugLog.Print(0, "SPIWriteByte, adr = %x, data=%x\n", adr, data);
-  if (!library_.ready()) return;
-  const uint8_t bytes[] = {static_cast<uint8_t>(data)};
-  ProgramRange(adr, bytes);
-}
-
-void DebugBoardBackEnd::SPIReadByte(uint32_t adr, uint32_t* data) {
-  debugLog.Print(0, "SPIReadByte, adr = %x\n", adr);
-  uint8_t byte = 0;
-  if (data == nullptr || !ReadRange(adr, {&byte, 1})) return;
-  *data = byte;
-}
-
-bool DebugBoardBackEnd::StopAsked(uint64_t done, uint64_t total) {
-  progress_ = Percent(done, total);
-  return reporter_.Report(static_cast<uint32_t>(done), static_cast<uint32_t>(total));
-}
-
-uint32_t DebugBoardBackEnd::ProgramPages(uint32_t address, std::span<const uint8_t> bytes) {
-  size_t done = 0;
-  while (done < bytes.size()) {
-    const size_t at = address + done;
-    const size_t count =
-        std::min<size_t>(flash::kPageSize - at % flash::kPageSize, bytes.size() - done);
-    if (!ProgramRange(static_cast<uint32_t>(at), bytes.subspan(done, count))) break;
-    done += count;
-    if (StopAsked(done, bytes.size())) break;
-  }
-  return static_cast<uint32_t>(done);
-}
-
-uint32_t DebugBoardBackEnd::SPIProgramFromFile(uint32_t adr, uint32_t maxsize, const char* szfile,
-                                               uint32_t /*erase*/) {
-  if (szfile == nullptr || !library_.ready()) return 0;
-  debugLog.Print(0, "SPIProgramFromFile, adr = %x, maxsize=%x, szfile=%s\n", adr, maxsize, szfile);
-  SPIBulkErase();
-  const std::unique_ptr<File> file = platform().files.OpenForReading(szfile);
-  if (file == nullptr) {
-    TellUser(kNoInputFile);
-    progress_ = 100;
-    return 0;
-  }
-  debugLog.Print(0, "SPIProgramFromFile, adr = %x, maxsize=%x\n", adr, maxsize);
-  const std::vector<uint8_t> bytes = ReadFile(*file, maxsize);
-  progress_ = 0;
-  const uint32_t done = ProgramPages(adr, bytes);
-  progress_ = 100;
-  return done;
-}
-
-uint32_t DebugBoardBackEnd::SPIProgramToFile(uint32_t adr, uint32_t maxsize, const char* szfile) {
-  if (szfile == nullptr || !library_.ready()) return 0;
-  progress_ = 0;
-  debugLog.Print(0, "SPIProgramToFile, adr = %x, maxsize=%x, szfile=%s\n", adr, maxsize, szfile);
-  const std::unique_ptr<File> file = platform().files.Create(szfile);
-  if (file == nullptr) {
-    TellUser(kNoOutputFile);
-    progress_ = 100;
-    return 0;
-  }
-  uint8_t chunk[flash::kPageSize];
-  uint32_t done = 0;
-  while (done < maxsize) {
-    const uint32_t count = std::min<uint32_t>(sizeof chunk, maxsize - done);
-    if (!ReadRange(adr + done, {chunk, count})) break;
-    if (file->Write(chunk, count) != count) break;
-    done += count;
-    if (StopAsked(done, maxsize)) break;
-  }
-  file->Close();
-  progress_ = 100;
-  return done;
-}
-
-}  // namespace brisk::usb
+}  // namespace brisk::debug_board

@@ -2,7 +2,8 @@
 
 #include <array>
 #include <cstdint>
-#include <span>
+
+#include "base/bytes.h"
 
 namespace brisk::ftdi {
 
@@ -23,9 +24,8 @@ class CommandQueue {
     }
     bytes_[count_++] = byte;
   }
-  bool empty() const { return count_ == 0; }
   bool overflowed() const { return overflowed_; }
-  std::span<const uint8_t> bytes() const { return {bytes_.data(), count_}; }
+  Bytes bytes() const { return {bytes_.data(), count_}; }
 
  private:
   uint32_t count_ = 0;

@@ -1,19 +1,24 @@
 #include "adapters/ftdi/d2xx.h"
 
+#include <algorithm>
 #include <cstring>
-
-#include "brisk/brisk_types.h"
-
-#include "base/debug.h"
-#include "platform/platform.h"
-#include "vendor/vendor_library.h"
+#include <new>
+#include <stdexcept>
 
 namespace brisk::ftdi {
 namespace {
 
-constexpr const char* kLibraryName = "FTD2XX";
-constexpr uint32_t kOpenByLocation = 4;
-constexpr bool kHandlesFit = sizeof(void*) == sizeof(uint32_t);
+constexpr bool kHandlesFit = sizeof(d2xx::Handle) == sizeof(uint32_t);
+
+#define BRISK_ROW(name, ordinal, ...) {"FT_" #name, ordinal},
+constexpr vendor::Symbol kSymbols[] = {BRISK_D2XX_FUNCTIONS(BRISK_ROW)};
+#undef BRISK_ROW
+
+constexpr vendor::LibraryContract kContract{
+    .name = "FTD2XX",
+    .symbols = kSymbols,
+    .absentLine = "FTDI: no D2XX library",
+};
 
 void* AsPointer(uint32_t value) {
   // NOLINTNEXTLINE(performance-no-int-to-ptr): D2XX passes numbers in a pointer argument.
@@ -22,56 +27,14 @@ void* AsPointer(uint32_t value) {
 
 }  // namespace
 
-// Ordinals of FTD2XX.dll's export table.
-constinit const std::array<D2xx::Symbol, D2xx::kFunctionCount> D2xx::kSymbols = {{
-    {"FT_Close", 2},
-    {"FT_Read", 3},
-    {"FT_Write", 4},
-    {"FT_ResetDevice", 6},
-    {"FT_SetChars", 15},
-    {"FT_SetTimeouts", 17},
-    {"FT_GetQueueStatus", 18},
-    {"FT_OpenEx", 27},
-    {"FT_SetLatencyTimer", 29},
-    {"FT_GetLatencyTimer", 30},
-    {"FT_SetBitMode", 31},
-    {"FT_SetUSBParameters", 33},
-    {"FT_GetDeviceInfo", 61},
-    {"FT_CreateDeviceInfoList", 70},
-    {"FT_GetDeviceInfoList", 71},
-    {"FT_GetDeviceInfoDetail", 72},
-}};
-
-bool D2xx::Load() {
-  if (library_ != nullptr) return true;
-  std::string whyNot;
-  std::unique_ptr<DynamicLibrary> library = platform().libraries.Load(kLibraryName, &whyNot);
-  if (library == nullptr) {
-    debugLog.Print(0, "FTDI: no D2XX library: %s\n", whyNot.c_str());
-    return false;
-  }
-  if (!Bind(*library)) return false;
-  library_ = std::move(library);
-  return true;
-}
-
-bool D2xx::Bind(DynamicLibrary& library) {
-  std::array<void*, kFunctionCount> functions{};
-  for (size_t i = 0; i < kFunctionCount; ++i) {
-    const auto& [name, ordinal] = kSymbols[i];
-    if (!BindFunction(library, kLibraryName, name, &functions[i], ordinal)) return false;
-  }
-  functions_ = functions;
-  return true;
-}
+D2xx::D2xx(Libraries& libraries, CDebug& log) : library_(kContract, libraries, log) {}
 
 void D2xx::Unload() {
-  functions_.fill(nullptr);
   numbered_.clear();
-  library_.reset();
+  library_.Unload();
 }
 
-void* D2xx::Native(uint32_t handle) const {
+d2xx::Handle D2xx::Native(uint32_t handle) const {
   if (kHandlesFit) return AsPointer(handle);
   for (const Numbered& entry : numbered_) {
     if (entry.handle == handle) return entry.native;
@@ -79,113 +42,126 @@ void* D2xx::Native(uint32_t handle) const {
   return nullptr;
 }
 
-uint32_t D2xx::Number(void* native) {
+uint32_t D2xx::Number(d2xx::Handle native) {
   if (kHandlesFit) return static_cast<uint32_t>(reinterpret_cast<uintptr_t>(native));
   while (nextNumber_ == 0 || Native(nextNumber_) != nullptr) ++nextNumber_;
   numbered_.push_back({nextNumber_, native});
   return nextNumber_++;
 }
 
-template <typename... Arguments>
-Status D2xx::Call(Function function, Arguments... arguments) const {
-  using Pointer = uint32_t(BRISK_CALL*)(Arguments...);
-  if (functions_[function] == nullptr) return kDeviceNotFound;
-  return reinterpret_cast<Pointer>(functions_[function])(arguments...);
+template <typename... Parameters, typename... Arguments>
+StatusCode D2xx::Call(d2xx::Function<Parameters...> function, Arguments... arguments) const {
+  const auto pointer = library_.Get<typename d2xx::Function<Parameters...>::Pointer>(function.row);
+  return pointer != nullptr ? StatusCode{pointer(arguments...)} : kDeviceNotFound;
 }
 
-template <typename... Arguments>
-Status D2xx::CallHandle(Function function, uint32_t handle, Arguments... arguments) const {
-  void* native = Native(handle);
-  if (native == nullptr || library_ == nullptr) return kInvalidHandle;
+template <typename... Parameters, typename... Arguments>
+StatusCode D2xx::CallHandle(d2xx::Function<Parameters...> function, uint32_t handle,
+                            Arguments... arguments) const {
+  const d2xx::Handle native = Native(handle);
+  if (native == nullptr || !library_.loaded()) return kInvalidHandle;
   return Call(function, native, arguments...);
 }
 
-Status D2xx::CreateDeviceInfoList(uint32_t* count) {
-  *count = 0;
-  if (!Load()) return kDeviceNotFound;
-  return Call(kCreateDeviceInfoList, count);
+Answer<std::vector<d2xx::ListNode>> D2xx::ListDevices() {
+  if (!library_.Load()) return {kDeviceNotFound, {}};
+  uint32_t count = 0;
+  StatusCode status = Call(d2xx::kCreateDeviceInfoList, &count);
+  if (status != kOk || count == 0) return {status, {}};
+  try {
+    std::vector<d2xx::ListNode> nodes(count);
+    status = Call(d2xx::kGetDeviceInfoList, nodes.data(), &count);
+    if (status != kOk) return {status, {}};
+    nodes.resize(std::min<size_t>(nodes.size(), count));
+    return {kOk, std::move(nodes)};
+  } catch (const std::bad_alloc&) {
+    return {kInsufficientResources, {}};
+  } catch (const std::length_error&) {
+    return {kInsufficientResources, {}};
+  }
 }
 
-Status D2xx::GetDeviceInfoList(DeviceInfoNode* nodes, uint32_t* count) {
-  return Call(kGetDeviceInfoList, static_cast<void*>(nodes), count);
+Answer<DeviceDetail> D2xx::GetDeviceInfoDetail(uint32_t position) {
+  d2xx::ListNode node{};
+  const StatusCode status =
+      Call(d2xx::kGetDeviceInfoDetail, position, &node.flags, &node.type, &node.id, &node.location,
+           node.serial, node.description, &node.handle);
+  if (status != kOk) return {status, {}};
+  const size_t length = strnlen(node.description, sizeof node.description);
+  return {kOk, {node.type, node.location, std::string(node.description, length)}};
 }
 
-Status D2xx::GetDeviceInfoDetail(uint32_t position, DeviceDetail* detail) {
-  DeviceInfoNode node{};
-  const Status status =
-      Call(kGetDeviceInfoDetail, position, &node.flags, &node.type, &node.id, &node.location,
-           static_cast<void*>(node.serial), static_cast<void*>(node.description), &node.handle);
-  if (status != kOk) return status;
-  detail->type = node.type;
-  detail->location = node.location;
-  detail->description.assign(node.description, strnlen(node.description, sizeof node.description));
-  return kOk;
+Answer<uint32_t> D2xx::OpenByLocation(uint32_t location) {
+  d2xx::Handle native = nullptr;
+  const StatusCode status =
+      Call(d2xx::kOpenEx, AsPointer(location), d2xx::kOpenByLocation, &native);
+  return {status, status == kOk ? Number(native) : 0};
 }
 
-Status D2xx::OpenByLocation(uint32_t location, uint32_t* handle) {
-  void* native = nullptr;
-  const Status status = Call(kOpenEx, AsPointer(location), kOpenByLocation, &native);
-  if (status != kOk) return status;
-  *handle = Number(native);
-  return kOk;
-}
-
-Status D2xx::Close(uint32_t handle) {
-  const Status status = CallHandle(kClose, handle);
+StatusCode D2xx::Close(uint32_t handle) {
+  const StatusCode status = CallHandle(d2xx::kClose, handle);
   std::erase_if(numbered_, [&](const Numbered& entry) { return entry.handle == handle; });
   return status;
 }
 
-Status D2xx::Read(uint32_t handle, void* buffer, uint32_t count, uint32_t* read) {
-  *read = 0;
-  return CallHandle(kRead, handle, buffer, count, read);
+Answer<uint32_t> D2xx::GetDeviceType(uint32_t handle) {
+  d2xx::ListNode node{};
+  const StatusCode status = CallHandle(d2xx::kGetDeviceInfo, handle, &node.type, &node.id,
+                                       node.serial, node.description, nullptr);
+  return {status, node.type};
 }
 
-Status D2xx::Write(uint32_t handle, const uint8_t* bytes, uint32_t count, uint32_t* written) {
-  *written = 0;
+Answer<uint32_t> D2xx::Read(uint32_t handle, Buffer buffer) {
+  const auto count = static_cast<uint32_t>(buffer.size());
+  uint32_t read = 0;
+  const StatusCode status = CallHandle(d2xx::kRead, handle, buffer.data(), count, &read);
+  return {status, std::min(read, count)};
+}
+
+Answer<uint32_t> D2xx::Write(uint32_t handle, Bytes bytes) {
+  const auto count = static_cast<uint32_t>(bytes.size());
   // D2XX takes a pointer to changeable bytes and changes none.
-  void* buffer = const_cast<uint8_t*>(bytes);  // NOLINT(cppcoreguidelines-pro-type-const-cast)
-  return CallHandle(kWrite, handle, buffer, count, written);
+  void* buffer =
+      const_cast<uint8_t*>(bytes.data());  // NOLINT(cppcoreguidelines-pro-type-const-cast)
+  uint32_t written = 0;
+  const StatusCode status = CallHandle(d2xx::kWrite, handle, buffer, count, &written);
+  return {status, std::min(written, count)};
 }
 
-Status D2xx::ResetDevice(uint32_t handle) { return CallHandle(kResetDevice, handle); }
+Answer<uint32_t> D2xx::GetQueueStatus(uint32_t handle) {
+  uint32_t waiting = 0;
+  const StatusCode status = CallHandle(d2xx::kGetQueueStatus, handle, &waiting);
+  return {status, waiting};
+}
 
-Status D2xx::SetChars(uint32_t handle) {
+StatusCode D2xx::ResetDevice(uint32_t handle) { return CallHandle(d2xx::kResetDevice, handle); }
+
+StatusCode D2xx::SetChars(uint32_t handle) {
   constexpr uint8_t kOff = 0;
-  return CallHandle(kSetChars, handle, kOff, kOff, kOff, kOff);
+  return CallHandle(d2xx::kSetChars, handle, kOff, kOff, kOff, kOff);
 }
 
-Status D2xx::SetTimeouts(uint32_t handle, uint32_t readMs, uint32_t writeMs) {
-  return CallHandle(kSetTimeouts, handle, readMs, writeMs);
+StatusCode D2xx::SetTimeouts(uint32_t handle, uint32_t readMs, uint32_t writeMs) {
+  return CallHandle(d2xx::kSetTimeouts, handle, readMs, writeMs);
 }
 
-Status D2xx::GetQueueStatus(uint32_t handle, uint32_t* waiting) {
-  *waiting = 0;
-  return CallHandle(kGetQueueStatus, handle, waiting);
+StatusCode D2xx::SetLatencyTimer(uint32_t handle, uint8_t milliseconds) {
+  return CallHandle(d2xx::kSetLatencyTimer, handle, milliseconds);
 }
 
-Status D2xx::SetLatencyTimer(uint32_t handle, uint8_t milliseconds) {
-  return CallHandle(kSetLatencyTimer, handle, milliseconds);
+Answer<uint8_t> D2xx::GetLatencyTimer(uint32_t handle) {
+  uint8_t milliseconds = 0;
+  const StatusCode status = CallHandle(d2xx::kGetLatencyTimer, handle, &milliseconds);
+  return {status, milliseconds};
 }
 
-Status D2xx::GetLatencyTimer(uint32_t handle, uint8_t* milliseconds) {
-  return CallHandle(kGetLatencyTimer, handle, milliseconds);
+StatusCode D2xx::SetBitMode(uint32_t handle, uint8_t mode) {
+  constexpr uint8_t kNoOutputs = 0;
+  return CallHandle(d2xx::kSetBitMode, handle, kNoOutputs, mode);
 }
 
-Status D2xx::SetBitMode(uint32_t handle, uint8_t mask, uint8_t mode) {
-  return CallHandle(kSetBitMode, handle, mask, mode);
-}
-
-Status D2xx::SetUsbParameters(uint32_t handle, uint32_t inSize, uint32_t outSize) {
-  return CallHandle(kSetUsbParameters, handle, inSize, outSize);
-}
-
-Status D2xx::GetDeviceType(uint32_t handle, uint32_t* type) {
-  DeviceInfoNode node{};
-  const Status status =
-      CallHandle(kGetDeviceInfo, handle, type, &node.id, static_cast<char*>(node.serial),
-                 static_cast<char*>(node.description), static_cast<void*>(nullptr));
-  return status;
+StatusCode D2xx::SetUsbParameters(uint32_t handle, uint32_t inSize, uint32_t outSize) {
+  return CallHandle(d2xx::kSetUSBParameters, handle, inSize, outSize);
 }
 
 }  // namespace brisk::ftdi

@@ -3,9 +3,6 @@
 #include <algorithm>
 #include <mutex>
 
-#include "adapters/ftdi/engine_owner.h"
-#include "platform/platform.h"
-
 namespace brisk::ftdi {
 
 DeferredWrites::Lane& DeferredWrites::LaneOf(uint32_t handle) {
@@ -23,23 +20,22 @@ void DeferredWrites::NoteWaiting() {
   most_ = most;
 }
 
-Status DeferredWrites::Add(Lane& lane) {
-  if (most_ == 0) runStart_ = platform().clock.LocalTime();
+StatusCode DeferredWrites::Add(Lane& lane) {
+  if (most_ == 0) runStart_ = line_.clock().LocalTime();
   ++lane.pending;
   NoteWaiting();
   if (threadAlive_) return kOk;
   // The thread before this one said so as its last act under the lock: it ends without waiting for
   // anything.
   thread_.reset();
-  thread_ = StartLibraryThread([this] { Run(); });
+  thread_ = threads_.Start([this] { Run(); });
   threadAlive_ = thread_ != nullptr;
   return threadAlive_ ? kOk : Flush(lane);
 }
 
-Status DeferredWrites::Flush(Lane& lane) {
-  CMpsseI2c& engine = owner_.engine();
-  const CMpsseDevices::QueueSelection selection(engine, lane.queue);
-  const Status status = engine.Flush(lane.handle);
+StatusCode DeferredWrites::Flush(Lane& lane) {
+  const MpsseLine::QueueSelection selection(line_, lane.queue);
+  const StatusCode status = line_.Flush(lane.handle);
   lane.pending = 0;
   NoteWaiting();
   return status;
@@ -58,15 +54,15 @@ void DeferredWrites::Forget() {
 
 bool DeferredWrites::Due() const {
   const uint32_t most = most_;
-  return most >= kMostPending || (most != 0 && TimedOut(runStart_, kMostDelayMs));
+  return most >= kMostPending || (most != 0 && TimedOut(line_.clock(), runStart_, kMostDelayMs));
 }
 
 // Gives way instead of sleeping: a sleep can be longer than the whole delay. A run that was flushed
 // by somebody else leaves the thread to the next run, if that begins in time, else ends it.
 void DeferredWrites::Run() {
   for (;;) {
-    while (most_ != 0 && !Due()) platform().clock.Sleep(0);
-    const std::lock_guard lock(owner_.lock());
+    while (most_ != 0 && !Due()) line_.clock().Sleep(0);
+    const std::lock_guard lock(lock_);
     if (Due()) FlushAll();
     if (most_ == 0) {
       threadAlive_ = false;

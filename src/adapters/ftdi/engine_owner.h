@@ -1,44 +1,61 @@
 #pragma once
 
-#include <cstdint>
 #include <memory>
 #include <mutex>
 
 #include "adapters/ftdi/d2xx.h"
 #include "adapters/ftdi/deferred_writes.h"
 #include "adapters/ftdi/i2c_engine.h"
+#include "adapters/ftdi/mpsse_line.h"
+#include "base/debug.h"
+#include "platform/platform.h"
+#include "platform/threads.h"
 
 namespace brisk::ftdi {
 
-// The process's one FTDI engine, shared by the I2C_ functions and the back end of device type 8,
-// and its lock. The lock outlives the engines, so that replacing an engine waits for whoever uses
-// it. It is re-entrant. Where the global lock is held too, that one was taken first.
+// One FTDI engine with all that it stands on, and its lock: shared by the I2C_ functions and the
+// boards of device type 8. Whatever an engine has open, another one finds in use, as D2XX tells it.
+//
+// The lock may be taken again by its holder. Where the global lock is held too, that one was taken
+// first.
 class EngineOwner {
  public:
-  // Made at the first call and never destroyed: what runs at the end of the process may use it.
-  static EngineOwner& Instance();
-
-  EngineOwner() = default;
+  EngineOwner(Platform& system, CDebug& log);
   EngineOwner(const EngineOwner&) = delete;
   EngineOwner& operator=(const EngineOwner&) = delete;
 
-  std::recursive_mutex& lock() { return lock_; }
+  RecursiveLock& lock() { return *lock_; }
 
-  // With the lock held. The engine is made at the first use.
-  CMpsseI2c& engine();
+  // Runs `operation` on the engine under the lock.
+  template <typename Operation>
+  auto Run(Operation operation) {
+    const std::lock_guard guard(*lock_);
+    return operation(engine_);
+  }
+  // The same for operations that reach an interface: what waits to be sent goes first.
+  template <typename Operation>
+  auto OnBus(Operation operation) {
+    return Run([&](CMpsseI2c& engine) {
+      deferred_.FlushAll();
+      return operation(engine);
+    });
+  }
+
+  // With the lock held.
   DeferredWrites& deferred() { return deferred_; }
-  // Sends what is deferred and makes a new engine: no handle, no mode, pin shadows 0.
+  // Sends what is deferred and begins anew: no handle, no mode, pin shadows 0.
   void Renew();
 
-  // Without the lock, when nothing else of the library runs any more: sends what is deferred, lets
-  // the thread end, and forgets engine and D2XX library. The next use starts anew.
+  // Without the lock, when nothing else calls any more: sends what is deferred, lets the thread
+  // end, and forgets handles and D2XX library. The next use starts anew.
   void Release();
 
  private:
-  std::recursive_mutex lock_;
+  std::unique_ptr<RecursiveLock> lock_;
   D2xx d2xx_;
-  std::unique_ptr<CMpsseI2c> engine_;
-  DeferredWrites deferred_{*this};
+  MpsseLine line_;
+  CMpsseI2c engine_;
+  DeferredWrites deferred_;
 };
 
 }  // namespace brisk::ftdi

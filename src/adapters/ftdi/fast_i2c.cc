@@ -2,90 +2,92 @@
 
 #include "adapters/ftdi/mpsse.h"
 
+// Steps are settings of the low byte, k = 10 of them where the classic bus needs one at up to
+// 100 kHz; STANDARD mode adds those in brackets:
+//
+//   START   SDA high 1 + 4k   SCL high too 3k   SDA low 1 + 3k [3k]   SCL low 1
+//   byte    eight clocks out, a ninth with SDA high; after the last of a run SDA high 1, low 3
+//   STOP    both low 1 [3]   SCL high 4 [3]   SDA high 4   both released 1
 namespace brisk::ftdi {
 namespace {
 
 constexpr uint32_t kBlock = 256;  // bytes between two flushes
-constexpr uint8_t kReleased = 0xFF;
-constexpr uint8_t kAck = 0x00;
-constexpr uint8_t kNack = 0xFF;
 
 }  // namespace
 
 // SDA goes up before SCL does, so that a repeated START is no STOP.
-void FastI2c::SendFastStart(uint32_t handle) {
-  uint32_t& value = engine_.value();
-  value &= ~uint32_t{kGpioL0};
-  value |= kSdaOut;
-  engine_.SetI2cDirection();
+void FastI2c::QueueStart() {
+  Pins& low = engine_.low();
+  low.Lower(kGpioL0);
+  low.Raise(kSdaOut);
+  engine_.DriveBus();
   engine_.QueuePins(1 + 4 * stepFactor_);
-  value |= kScl | kSdaOut;
+  low.Raise(kScl | kSdaOut);
   engine_.QueuePins(3 * stepFactor_);
-  value &= ~uint32_t{kSdaOut};
-  engine_.QueuePins(1 + 3 * stepFactor_ + (Standard(handle) ? 3 * stepFactor_ : 0));
-  value &= ~uint32_t{kScl | kSdaOut};
+  low.Lower(kSdaOut);
+  engine_.QueuePins(1 + 3 * stepFactor_ + (standard_ ? 3 * stepFactor_ : 0));
+  low.Lower(kScl | kSdaOut);
   engine_.QueuePins();
 }
 
-Status FastI2c::QueueFastBytes(uint32_t handle, const uint8_t* bytes, uint32_t count) {
-  Status status = kOk;
-  for (uint32_t i = 0; i < count; ++i) {
-    for (const uint8_t command : {uint8_t{kBytesOutFalling}, uint8_t{0}, uint8_t{0}, bytes[i],
-                                  uint8_t{kBitsOutFalling}, uint8_t{0}, kReleased}) {
-      engine_.Queue(command);
-    }
-    if (i % kBlock != kBlock - 1 || i + 1 == count) continue;
-    const Status flushed = engine_.Flush(handle);
+StatusCode FastI2c::QueueBytes(Bytes bytes) {
+  MpsseLine& line = engine_.line();
+  StatusCode status = kOk;
+  for (size_t i = 0; i < bytes.size(); ++i) {
+    line.Queue({kBytesOutFalling, Count(1), CountHigh(1), bytes[i]});
+    line.Queue({kBitsOutFalling, Count(1), kReleased});
+    if (i % kBlock != kBlock - 1 || i + 1 == bytes.size()) continue;
+    const StatusCode flushed = line.Flush(handle_);
     if (status == kOk) status = flushed;
   }
-  uint32_t& value = engine_.value();
-  value = (value & ~uint32_t{kScl}) | kSdaOut;
-  engine_.SetI2cDirection();
+  Pins& low = engine_.low();
+  low.Set(kScl | kSdaOut, kSdaOut);
+  engine_.DriveBus();
   engine_.QueuePins();
-  value &= ~uint32_t{kSdaOut};
+  low.Lower(kSdaOut);
   engine_.QueuePins(3);
   return status;
 }
 
-void FastI2c::QueueFastStop(uint32_t handle) {
-  const bool standard = Standard(handle);
-  uint32_t& value = engine_.value();
-  value &= ~uint32_t{kScl | kSdaOut};
-  engine_.SetI2cDirection();
-  engine_.QueuePins(standard ? 4 : 1);
-  value = (value | kScl) & ~uint32_t{kSdaOut};
-  engine_.QueuePins(standard ? 7 : 4);
-  value |= kSdaOut;
+void FastI2c::QueueStop() {
+  const unsigned standard = standard_ ? 3 : 0;
+  Pins& low = engine_.low();
+  low.Lower(kScl | kSdaOut);
+  engine_.DriveBus();
+  engine_.QueuePins(1 + standard);
+  low.Raise(kScl);
+  engine_.QueuePins(4 + standard);
+  low.Raise(kSdaOut);
   engine_.QueuePins(4);
-  engine_.SetReleasedDirection();
+  engine_.ReleaseBus();
   engine_.QueuePins();
 }
 
-Status FastI2c::ReadFast(uint32_t handle, uint8_t* destination, uint32_t count) {
-  uint32_t taken = 0;  // bytes that have arrived
-  uint32_t arrived = 0;
-  Status status = kOk;
-  for (uint32_t i = 0; i < count && status == kOk; ++i) {
-    engine_.Queue(kBitsInRisingOutFalling);
-    engine_.Queue(7);
-    engine_.Queue(kReleased);
-    engine_.Queue(kSendImmediate);
-    engine_.QueuePins(kI2cDirection, 1);
-    engine_.Queue(kBitsOutFalling);
-    engine_.Queue(0);
-    engine_.Queue(i + 1 == count ? kNack : kAck);
+void FastI2c::QueueByteIn(uint8_t acknowledge) {
+  engine_.line().Queue({kBitsInRisingOutFalling, Count(8), kReleased, kSendImmediate});
+  engine_.QueuePinsWithOutputs(kI2cOutputs);
+  engine_.line().Queue({kBitsOutFalling, Count(1), acknowledge});
+}
+
+StatusCode FastI2c::FlushAndTake(Buffer block) {
+  const StatusCode status = engine_.line().Flush(handle_);
+  if (status != kOk) return status;
+  return engine_.ReadBits(handle_, block.data(), static_cast<uint32_t>(block.size() * 8));
+}
+
+StatusCode FastI2c::Read(Buffer data) {
+  size_t taken = 0;  // in whole blocks
+  StatusCode status = kOk;
+  for (size_t i = 0; i < data.size() && status == kOk; ++i) {
+    QueueByteIn(i + 1 == data.size() ? kNack : kAck);
     if (i % kBlock != kBlock - 1) continue;
-    status = engine_.Flush(handle);
-    if (status == kOk) {
-      status = engine_.ReadBits(handle, destination + taken, kBlock * 8, &arrived, true);
-    }
+    status = FlushAndTake(data.subspan(taken, kBlock));
     taken += kBlock;
   }
-  QueueFastStop(handle);
-  const Status stopped = engine_.Flush(handle);
-  if (status == kOk) status = stopped;
-  if (status != kOk) return status;
-  return engine_.ReadBits(handle, destination + taken, (count - taken) * 8, &arrived, true);
+  QueueStop();
+  if (status == kOk) return FlushAndTake(data.subspan(taken));
+  static_cast<void>(engine_.line().Flush(handle_));
+  return status;
 }
 
 }  // namespace brisk::ftdi

@@ -3,28 +3,39 @@
 #include <cstdint>
 
 #include "adapters/ftdi/i2c_engine.h"
+#include "base/bytes.h"
 
 namespace brisk::ftdi {
 
-// I2C sequences of the board back end: long holds at low bus rates, acknowledges clocked but not
-// looked at, and reads that need no wait between bytes. Commands go to the engine's selected queue.
+// I2C sequences of the boards that are driven together: long holds at low bus rates, acknowledges
+// clocked but not looked at, and reads that need no wait between bytes, so that a whole transaction
+// fits into one USB transfer. Commands go to the line's selected queue.
 class FastI2c {
  public:
-  FastI2c(CMpsseI2c& engine, uint32_t clockRateKHz)
-      : engine_(engine), stepFactor_(clockRateKHz > 100 ? 1 : 10) {}
+  FastI2c(CMpsseI2c& engine, uint32_t handle, uint32_t clockRateKHz)
+      : engine_(engine),
+        handle_(handle),
+        standard_(engine.ModeOf(handle) == Mode::kStandard),
+        stepFactor_(clockRateKHz > kMostSlowKHz ? 1 : 10) {}
 
-  void SendFastStart(uint32_t handle);
+  void QueueStart();
   // Flushes after every 256 bytes, but not after the last; the status is the first failing flush's.
-  Status QueueFastBytes(uint32_t handle, const uint8_t* bytes, uint32_t count);
-  void QueueFastStop(uint32_t handle);
+  StatusCode QueueBytes(Bytes bytes);
+  void QueueStop();
   // Reads and ends with STOP, also after a block of 256 that did not arrive, which ends the read.
-  Status ReadFast(uint32_t handle, uint8_t* destination, uint32_t count);
+  // Waits for each block at most 5 seconds.
+  StatusCode Read(Buffer data);
 
  private:
-  bool Standard(uint32_t handle) const { return (engine_.GetMode(handle) & kStandardMode) != 0; }
+  static constexpr uint32_t kMostSlowKHz = 100;
+
+  void QueueByteIn(uint8_t acknowledge);
+  StatusCode FlushAndTake(Buffer block);
 
   CMpsseI2c& engine_;
-  unsigned stepFactor_;
+  const uint32_t handle_;
+  const bool standard_;
+  const unsigned stepFactor_;
 };
 
 }  // namespace brisk::ftdi

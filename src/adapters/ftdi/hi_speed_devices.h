@@ -3,47 +3,39 @@
 #include <cstdint>
 
 #include "adapters/ftdi/devices.h"
+#include "adapters/ftdi/mpsse.h"
+#include "adapters/ftdi/mpsse_line.h"
 
 namespace brisk::ftdi {
 
-// Adds the interfaces A and B of FT2232H and FT4232H chips.
+// Adds the clocks: FT2232H and FT4232H run from 60 MHz or, divided by five, from 12 MHz, the only
+// clock of the FT2232C. Adaptive and three-phase clocking are theirs too.
 class CMpsseHiSpeedDevices : public CMpsseDevices {
  public:
-  using CMpsseDevices::CMpsseDevices;
+  CMpsseHiSpeedDevices(D2xx& d2xx, System& system, MpsseLine& line)
+      : CMpsseDevices(d2xx, system), d2xx_(d2xx), line_(line) {}
 
-  // Open interfaces included.
-  Status ListHiSpeedDevices(DeviceList* list);
-  // `deviceType` is D2XX's, 6 or 7.
-  Status GetHiSpeedDeviceNameLocationChannel(uint32_t index, char* name, uint32_t nameSize,
-                                             uint32_t* location, char* channel,
-                                             uint32_t channelSize, uint32_t* deviceType);
-  Status OpenHiSpeed(const char* name, uint32_t location, const char* channel, uint32_t* handle);
-  // Closes an interface of either speed.
-  Status Close(uint32_t handle);
+  // True for an FT2232H, false for an FT4232H.
+  Answer<bool> QueryHiSpeedType(uint32_t handle);
 
-  Status IsOpenHiSpeed(uint32_t handle);
-  Status IsOpen(uint32_t handle);
-  bool IsHiSpeedHandle(uint32_t handle);
-  Status QueryHiSpeedType(uint32_t handle, bool* isFt2232h);
+  // Bus frequency (Hz) of an open interface with its clock, and of chips at their fastest.
+  uint32_t ClockOf(uint32_t handle, uint32_t divisor);
+  static uint32_t FullSpeedClock(uint32_t divisor) { return BitRate(kBaseClock, divisor); }
+  static uint32_t HiSpeedClock(uint32_t divisor) { return BitRate(kHiSpeedBaseClock, divisor); }
 
-  Status SetDivideByFive(uint32_t handle, bool on);
-  // Bus frequency in Hz with the handle's base clock, and without a handle.
-  uint32_t HiSpeedClock(uint32_t handle, uint32_t divisor);
-  static uint32_t HiSpeedClock(uint32_t divisor);
-  Status SendAdaptiveClockingOn(uint32_t handle);
-  Status SendAdaptiveClockingOff(uint32_t handle);
-  Status SendThreePhaseOff(uint32_t handle);
+  StatusCode SetDivideByFive(uint32_t handle, bool on);
+  StatusCode SetAdaptiveClocking(uint32_t handle, bool on) {
+    return line_.SendCommands(handle, {on ? kAdaptiveClockOn : kAdaptiveClockOff});
+  }
+
+ protected:
   // 60 MHz, adaptive and three-phase clocking off.
-  Status PrepareHiSpeedClocking(uint32_t handle);
+  StatusCode PrepareHiSpeedClocking(uint32_t handle);
+  MpsseLine& line() { return line_; }
 
  private:
-  Status VerifyHiSpeed(std::string_view name, uint32_t location, uint32_t* deviceType);
-  Status SendCommand(uint32_t handle, uint8_t command) {
-    return SendCommands(handle, {&command, 1});
-  }
-  OpenHiSpeedDeviceRecord* Record(uint32_t handle);
-
-  Registry<OpenHiSpeedDeviceRecord> hiSpeedRegistry_;
+  D2xx& d2xx_;
+  MpsseLine& line_;
 };
 
 }  // namespace brisk::ftdi

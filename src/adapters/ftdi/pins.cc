@@ -1,118 +1,72 @@
 #include "adapters/ftdi/i2c_engine.h"
-#include "platform/platform.h"
 
-// The engine's general-purpose pins.
+// The engine's general-purpose pins: a setting is one command, a reading a command and the wait for
+// its one answer byte. The low byte's settings go through the shadows that the bus uses too.
 namespace brisk::ftdi {
 namespace {
 
-constexpr uint32_t kGpioDelayMs = 5;
+constexpr uint32_t kPinDelayMs = 5;
 
-struct PinBytes {
-  uint8_t direction = 0;
-  uint8_t levels = 0;
-};
-
-PinBytes Pack(std::span<const GpioPin> pins) {
-  PinBytes packed;
-  for (size_t i = 0; i < pins.size(); ++i) {
-    if (pins[i].output != 0) packed.direction |= static_cast<uint8_t>(1U << i);
-    if (pins[i].high != 0) packed.levels |= static_cast<uint8_t>(1U << i);
-  }
-  return packed;
-}
+// GPIOL0 to GPIOL3 are the upper half of the low byte.
+constexpr unsigned kGpioLShift = 4;
+constexpr uint8_t kGpioL = 0xF0;
 
 }  // namespace
 
-Status CMpsseI2c::SetFinalState(uint32_t handle, const FinalStatePins& pins) {
-  const struct {
-    uint8_t pin;
-    bool change;
-    bool high;
-  } kPins[] = {{kScl, pins.changeScl != 0, pins.sclHigh != 0},
-               {kSdaOut, pins.changeSda != 0, pins.sdaHigh != 0},
-               {kChipSelect, pins.changeChipSelect != 0, pins.chipSelectHigh != 0}};
-  bool any = false;
-  for (const auto& [pin, change, high] : kPins) {
-    if (!change) continue;
-    any = true;
-    value_ &= ~uint32_t{pin};
-    if (high) value_ |= pin;
-    direction_ |= pin;
-  }
-  if (!any) return kOk;
-  ClearQueue();
+StatusCode CMpsseI2c::SetLowPins(uint32_t handle, uint8_t mask, uint8_t levels) {
+  low_.Set(mask, levels);
+  low_.Drive(mask, mask);
+  line().ClearQueue();
   QueuePins();
-  return Flush(handle);
+  return line().Flush(handle);
 }
 
-Status CMpsseI2c::SetGpios(uint32_t handle, uint8_t direction, uint8_t levels) {
-  const uint8_t commands[] = {kSetHighPins, levels, direction};
-  return SendCommands(handle, commands);
+StatusCode CMpsseI2c::SetHighPins(uint32_t handle, Pins pins) {
+  return line().SendCommands(handle, {kSetHighPins, pins.levels, pins.outputs});
 }
 
-Status CMpsseI2c::ReadPins(uint32_t handle, uint8_t command, uint8_t* levels) {
-  Status status = DropWaiting(handle);
-  if (status != kOk) return status;
-  const uint8_t commands[] = {command, kSendImmediate};
-  status = SendCommands(handle, commands);
-  uint32_t count = 0;
-  if (status == kOk) status = WaitForAnswer(handle, &count);
-  if (status != kOk) return status;
-  std::span<const uint8_t> bytes;
-  status = ReadWaiting(handle, &bytes);
-  if (status != kOk) return status;
-  if (bytes.empty()) return kCommandNotCompleted;
-  *levels = bytes[0];
-  return kOk;
+Answer<uint8_t> CMpsseI2c::ReadPins(uint32_t handle, MpsseCommand command) {
+  StatusCode status = line().DropWaiting(handle);
+  if (status == kOk) status = line().SendCommands(handle, {command, kSendImmediate});
+  if (status == kOk) status = line().WaitForAnswer(handle);
+  if (status != kOk) return {status};
+  const auto [unread, bytes] = line().ReadWaiting(handle);
+  if (unread != kOk) return {unread};
+  if (bytes.empty()) return {kCommandNotCompleted};
+  return {kOk, bytes[0]};
 }
 
-void CMpsseI2c::WaitForPins() { platform().clock.Sleep(kGpioDelayMs); }
+void CMpsseI2c::WaitForPins() { line().clock().Sleep(kPinDelayMs); }
 
-Status CMpsseI2c::GetGpios(uint32_t handle, uint8_t* levels) {
+Answer<uint8_t> CMpsseI2c::GetGpios(uint32_t handle) {
   WaitForPins();
-  uint8_t pins = 0;
-  const Status status = ReadPins(handle, kReadHighPins, &pins);
-  if (status == kOk) *levels = pins & 0x0F;
-  return status;
+  return ReadPins(handle, kReadHighPins);
 }
 
 // GPIOL0 belongs to the engine: an output, high.
-Status CMpsseI2c::SetHiSpeedLowGpios(uint32_t handle, const HiSpeedLowGpioPins& pins) {
-  const PinBytes packed = Pack(pins.pins);
-  value_ = (value_ & 0x0F) | (packed.levels | 1U) << 4;
-  direction_ = (direction_ & 0x0F) | (packed.direction | 1U) << 4;
-  ClearQueue();
+StatusCode CMpsseI2c::SetHiSpeedLowGpios(uint32_t handle, Pins gpioL) {
+  low_.Set(kGpioL, static_cast<uint8_t>(gpioL.levels << kGpioLShift | kGpioL0));
+  low_.Drive(kGpioL, static_cast<uint8_t>(gpioL.outputs << kGpioLShift | kGpioL0));
+  line().ClearQueue();
   QueuePins();
-  return Flush(handle);
+  return line().Flush(handle);
 }
 
-Status CMpsseI2c::SetHiSpeedHighGpios(uint32_t handle, const HiSpeedHighGpioPins& pins) {
-  bool isFt2232h = false;
-  const Status status = QueryHiSpeedType(handle, &isFt2232h);
-  if (status != kOk || !isFt2232h) return status;
-  const PinBytes packed = Pack(pins.pins);
-  const uint8_t commands[] = {kSetHighPins, packed.levels, packed.direction};
-  return SendCommands(handle, commands);
+// GPIOL0 is the engine's and reads low.
+Answer<uint8_t> CMpsseI2c::GetHiSpeedLowGpios(uint32_t handle) {
+  const auto [status, low] = ReadPins(handle, kReadLowPins);
+  return {status, static_cast<uint8_t>((low & ~kGpioL0) >> kGpioLShift)};
 }
 
-Status CMpsseI2c::GetHiSpeedLowGpios(uint32_t handle, HiSpeedLowGpioLevels* levels) {
-  *levels = {};
-  uint8_t pins = 0;
-  const Status status = ReadPins(handle, kReadLowPins, &pins);
-  for (unsigned i = 1; status == kOk && i < 4; ++i) levels->high[i] = pins >> (4 + i) & 1;
-  return status;
+StatusCode CMpsseI2c::SetHiSpeedHighGpios(uint32_t handle, Pins pins) {
+  const auto [status, isFt2232h] = QueryHiSpeedType(handle);
+  return status == kOk && isFt2232h ? SetHighPins(handle, pins) : status;
 }
 
-Status CMpsseI2c::GetHiSpeedHighGpios(uint32_t handle, HiSpeedHighGpioLevels* levels) {
-  *levels = {};
+Answer<uint8_t> CMpsseI2c::GetHiSpeedHighGpios(uint32_t handle) {
   WaitForPins();
-  bool isFt2232h = false;
-  Status status = QueryHiSpeedType(handle, &isFt2232h);
-  if (status != kOk || !isFt2232h) return status;
-  uint8_t pins = 0;
-  status = ReadPins(handle, kReadHighPins, &pins);
-  for (unsigned i = 0; status == kOk && i < 8; ++i) levels->high[i] = pins >> i & 1;
-  return status;
+  const auto [status, isFt2232h] = QueryHiSpeedType(handle);
+  return status == kOk && isFt2232h ? ReadPins(handle, kReadHighPins) : Answer<uint8_t>{status};
 }
 
 }  // namespace brisk::ftdi

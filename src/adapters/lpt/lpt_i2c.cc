@@ -2,10 +2,11 @@
 
 namespace brisk::lpt {
 
-LptI2c::LptI2c(Ports& ports, const Wiring& wiring, uint16_t base)
+LptI2c::LptI2c(Ports& ports, const Wiring& wiring, uint16_t base, const uint8_t& lptImage)
     : ports_(ports),
       wiring_(wiring),
       base_(base),
+      lptImage_(lptImage),
       images_{wiring.dataImage, 0, wiring.controlImage} {}
 
 void LptI2c::Set(const OutputLine& line, bool high) {
@@ -17,20 +18,20 @@ void LptI2c::Set(const OutputLine& line, bool high) {
 bool LptI2c::ReadSda() { return StatusBit(wiring_.sdaIn.mask) != wiring_.sdaIn.inverted; }
 
 // With SDA low on entry the first two steps form a stop condition.
-void LptI2c::I2c_Start() {
+void LptI2c::Start() {
   Set(wiring_.scl, true);
   Set(wiring_.sda, true);
   Set(wiring_.sda, false);
   Set(wiring_.scl, false);
 }
 
-void LptI2c::I2c_Stop() {
+void LptI2c::Stop() {
   Set(wiring_.sda, false);
   Set(wiring_.scl, true);
   Set(wiring_.sda, true);
 }
 
-uint32_t LptI2c::I2c_Tx(uint32_t byte) {
+Status LptI2c::Send(uint8_t byte) {
   for (uint32_t mask = 0x80; mask != 0; mask >>= 1) {
     Set(wiring_.sda, (byte & mask) != 0);
     Set(wiring_.scl, true);
@@ -40,40 +41,39 @@ uint32_t LptI2c::I2c_Tx(uint32_t byte) {
   Set(wiring_.scl, true);
   const bool acknowledgeBit = ReadSda();
   Set(wiring_.scl, false);
-  return acknowledgeBit ? 1 : 0;
+  return acknowledgeBit ? Status(Cause::kNoAcknowledge, 1) : Status();
 }
 
-uint32_t LptI2c::I2c_Rx(uint32_t* data, uint32_t last) {
-  if (data == nullptr) return 1;
-  *data = 0;
+Status LptI2c::Receive(uint8_t* byte, uint32_t last) {
+  *byte = 0;
   for (uint32_t mask = 0x80; mask != 0; mask >>= 1) {
     Set(wiring_.sda, true);
     Set(wiring_.scl, true);
-    if (ReadSda()) *data |= mask;
+    if (ReadSda()) *byte |= static_cast<uint8_t>(mask);
     Set(wiring_.scl, false);
   }
   Set(wiring_.sda, last != 0);
   Set(wiring_.scl, true);
   Set(wiring_.scl, false);
-  return 0;
+  return {};
 }
 
-void LptI2c::BitOut(uint8_t lptImage, uint8_t bit) {
-  const uint8_t low = lptImage | (bit != 0 ? wiring_.bitSda : 0);
+void LptI2c::BitOut(bool bit) {
+  const uint8_t low = lptImage_ | (bit ? wiring_.bitSda : 0);
   const uint16_t data = base_ + kData;
   ports_.Port_Out(data, low);
   ports_.Port_Out(data, low | wiring_.bitScl);
   ports_.Port_Out(data, static_cast<uint8_t>(low & ~wiring_.bitScl));
 }
 
-uint8_t LptI2c::BitIn(uint8_t lptImage) {
-  const uint8_t released = lptImage | wiring_.bitSda;
+bool LptI2c::BitIn() {
+  const uint8_t released = lptImage_ | wiring_.bitSda;
   const uint16_t data = base_ + kData;
   ports_.Port_Out(data, released);
   ports_.Port_Out(data, released | wiring_.bitScl);
   const bool bit = StatusBit(wiring_.sdaIn.mask);
   ports_.Port_Out(data, released);
-  return bit ? 1 : 0;
+  return bit;
 }
 
 }  // namespace brisk::lpt

@@ -10,20 +10,23 @@ namespace brisk::lpt {
 
 // I2C on port lines. Every line change is one write of the whole register that carries the line,
 // from this protocol's own images: the registers cannot be read back. SCL is driven, never read: a
-// slave that stretches the clock is not waited for.
-class LptI2c : public i2c::Bus {
+// slave that stretches the clock is not waited for. A byte is 27 writes and one read, the ninth
+// clock included.
+class LptI2c final : public i2c::Bus, public i2c::Bits {
  public:
-  LptI2c(Ports& ports, const Wiring& wiring, uint16_t base);
+  // `lptImage` is what single bits leave the other data lines as: the last byte put on the lines.
+  LptI2c(Ports& ports, const Wiring& wiring, uint16_t base, const uint8_t& lptImage);
 
-  void I2c_Start() override;
-  void I2c_RStart() override { I2c_Start(); }
-  void I2c_Stop() override;
-  uint32_t I2c_Tx(uint32_t byte) override;
-  uint32_t I2c_Rx(uint32_t* data, uint32_t last) override;
+  void Start() override;
+  void RepeatedStart() override { Start(); }
+  void Stop() override;
+  Status Send(uint8_t byte) override;
+  Status Receive(uint8_t* byte, uint32_t last) override;
 
-  // One clock with a given SDA, or reading SDA, built from `lptImage` instead of this protocol's.
-  void BitOut(uint8_t lptImage, uint8_t bit);
-  uint8_t BitIn(uint8_t lptImage);
+  // One clock with a given SDA, or reading SDA, on the data register alone: never inverted, and
+  // this protocol's images stay as they are.
+  void BitOut(bool bit) override;
+  bool BitIn() override;
 
  private:
   void Set(const OutputLine& line, bool high);
@@ -33,6 +36,7 @@ class LptI2c : public i2c::Bus {
   Ports& ports_;
   const Wiring& wiring_;
   const uint16_t base_;
+  const uint8_t& lptImage_;
   uint8_t images_[3];  // bI2cImage, by register
 };
 

@@ -1,11 +1,9 @@
 #include "adapters/lpt/ports.h"
 
-#include "base/debug.h"
-#include "platform/platform.h"
-
 namespace brisk::lpt {
 namespace {
 
+// Numbers of Windows, which other systems map.
 constexpr uint32_t kRealTimeClass = 0x100;
 constexpr int kTimeCriticalThread = 15;
 constexpr int64_t kIntervalsPerSecond = 16;
@@ -39,7 +37,7 @@ class RealTime {
 uint32_t Ports::Cpu_GetFrequency() {
   uint64_t ticks = 0;
   {
-    const RealTime priority(platform().scheduler);
+    const RealTime priority(scheduler_);
     const int64_t interval = clock_.PerformanceFrequency() / kIntervalsPerSecond;
     const int64_t target = clock_.PerformanceCounter() + interval;
     const uint64_t start = clock_.TimeStampCounter();
@@ -48,7 +46,7 @@ uint32_t Ports::Cpu_GetFrequency() {
     ticks = clock_.TimeStampCounter() - start;
   }
   dwCpuMHz = static_cast<uint32_t>(static_cast<int64_t>(ticks) / kIntervalMicroseconds);
-  debugLog.Print(0, "CPU frequency=%d MHz\n", static_cast<int>(dwCpuMHz));
+  log_.Print(0, "CPU frequency=%d MHz\n", static_cast<int>(dwCpuMHz));
   return dwCpuMHz;
 }
 

@@ -2,16 +2,20 @@
 
 #include <cstdint>
 
+#include "base/debug.h"
+#include "i2c/bus.h"
 #include "platform/clock.h"
 #include "platform/port_io.h"
+#include "platform/scheduler.h"
 
 namespace brisk::lpt {
 
-// The parallel port's two primitives and their timing. One object serves all parallel-port back
-// ends of the process, so one rate applies to all of them.
-class Ports {
+// The parallel port's two primitives and their timing. One object serves all boards on the port,
+// whatever their wiring, so one rate applies to all of them.
+class Ports final : public i2c::BusClock {
  public:
-  Ports(PortIo& io, Clock& clock) : io_(io), clock_(clock) {}
+  Ports(PortIo& io, Clock& clock, Scheduler& scheduler, CDebug& log)
+      : io_(io), clock_(clock), scheduler_(scheduler), log_(log) {}
 
   // Writes the byte, then spins until dwPortDelay microseconds after the moment before the write:
   // the cost of the write counts towards the settle time. Never sleeps.
@@ -31,11 +35,13 @@ class Ports {
   uint32_t Cpu_GetFrequency();
 
   // Half a clock period of `kHz` in microseconds; a rate of 0 leaves the settle time as it is.
-  void SetClockRate(uint32_t kHz);
+  void SetClockRate(uint32_t kHz) override;
 
  private:
   PortIo& io_;
   Clock& clock_;
+  Scheduler& scheduler_;
+  CDebug& log_;
   uint32_t dwCpuMHz = 0;     // 0 until measured: no wait
   uint32_t dwPortDelay = 0;  // microseconds
 };

@@ -2,9 +2,18 @@
 
 #include <cstdint>
 
+#include "flash/bit_spi.h"
+
 namespace brisk::lpt {
 
-// Registers of the PC parallel port, as offsets from its base address.
+// The PC parallel port: three registers from the base address on.
+//
+//   data     out, bits 0 to 7 are pins 2 to 9 of the connector; the last write stays on them
+//   status   in, bits 4 to 7 are pins 13, 12, 10 and 11 (the port itself inverts pin 11)
+//   control  out, bits 0 to 3 are pins 1, 14, 16 and 17 (the port inverts all but pin 16)
+//
+// `inverted` below is what remains of all that between a register's bit and the I2C line, buffers
+// of the adapter included.
 enum Register : uint8_t { kData = 0, kStatus = 1, kControl = 2 };
 
 struct OutputLine {
@@ -61,12 +70,8 @@ inline constexpr Wiring kWiringC{
     .bitScl = kWiringB.bitScl,
 };
 
-// The flash's pins, the same on every adapter.
-struct SpiPins {
-  uint8_t sck, chipSelect, mosi;  // of the data register; chip select is active low
-  uint8_t miso;                   // of the status register
-};
-
-inline constexpr SpiPins kSpiPins{.sck = 0x04, .chipSelect = 0x08, .mosi = 0x40, .miso = 0x40};
+// The flash's lines of the data register and of the status register, the same on every adapter.
+inline constexpr flash::SpiPins kSpiPins{.sck = 0x04, .chipSelect = 0x08, .mosi = 0x40};
+inline constexpr uint8_t kSpiMiso = 0x40;
 
 }  // namespace brisk::lpt

@@ -5,11 +5,16 @@
 #include <string_view>
 #include <vector>
 
-namespace brisk::usb {
+namespace brisk::tcon_board {
 
-// Firmware images in Intel HEX. Only data records count: end-of-file and extended-address records
-// are passed over, so addresses are the 16 bits of the record, and the checksum is not looked at.
-// "//" begins a comment; empty lines and lines of comment alone are passed over.
+// Firmware images in Intel HEX, the text that assemblers for 8-bit controllers write:
+//
+//   :03000000020100FA
+//    CCAAAATTDD....SS   byte count, address, record type, the bytes, checksum; all hexadecimal
+//
+// Only data records (type 00) count: end-of-file and extended-address records are passed over, so
+// addresses are the 16 bits of the record, and the checksum is not looked at. "//" begins a
+// comment; empty lines and lines of comment alone are passed over.
 
 struct HexRecord {
   uint16_t address = 0;
@@ -46,4 +51,4 @@ struct HexChunk {
 // cut there.
 std::vector<HexChunk> GatherChunks(const std::vector<HexRecord>& records, RamKind kind);
 
-}  // namespace brisk::usb
+}  // namespace brisk::tcon_board

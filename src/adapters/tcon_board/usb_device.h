@@ -8,15 +8,17 @@
 #include <vector>
 
 #include "adapters/tcon_board/usb_config.h"
+#include "adapters/tcon_board/usb_descriptors.h"
 #include "adapters/tcon_board/usb_endpoint.h"
+#include "platform/device_control.h"
 #include "platform/device_interfaces.h"
 
-namespace brisk::usb {
+namespace brisk::tcon_board {
 
 // A board behind the USB driver: finding it, opening it, its descriptors, and its endpoints.
-// Opening asks the driver for all of it, whatever the caller then uses: device type 4 counts,
-// opens, and moves data through the control endpoint. Used from one thread at a time. What the
-// model has no room for is passed over: configurations beyond the second, interfaces beyond the
+// Opening asks the driver for all of it, whatever the caller then uses: the timing-controller board
+// counts, opens, and moves data through the control endpoint. Used from one thread at a time. What
+// the model has no room for is passed over: configurations beyond the second, interfaces beyond the
 // eighth of one, endpoints beyond the fifteenth of one.
 class CUsbDevice {
  public:
@@ -25,14 +27,16 @@ class CUsbDevice {
   using Name = std::array<char, 256>;
 
   // A window, where there is one, is told of boards that come and go.
-  CUsbDevice(void* window, const Guid& interfaceClass, bool openNow);
+  CUsbDevice(DeviceInterfaces& interfaces, Devices& devices, void* window, const Guid& classGuid,
+             bool openNow);
   CUsbDevice(const CUsbDevice&) = delete;
   CUsbDevice& operator=(const CUsbDevice&) = delete;
   ~CUsbDevice();
 
+  // The present devices of the class, 255 at most; also kept in `deviceCount`.
   uint8_t CountDevices();
   // Opens a board and reads it. False when it cannot be opened, and also when it has no interface
-  // in its first configuration; it stays open then.
+  // in its first configuration; it stays open then. Blocks for the driver's answers.
   bool OpenDevice(uint8_t index);
   // Throws std::runtime_error when the system refuses to give up the notification or the handle.
   void CloseDevice();
@@ -49,17 +53,7 @@ class CUsbDevice {
   std::string path;  // at most 255 characters
   uint32_t bytesReturned = 0;
 
-  std::array<uint8_t, kDeviceDescriptorSize> descriptor{};
-  uint16_t usbVersion = 0;
-  uint8_t deviceClass = 0;
-  uint8_t subClass = 0;
-  uint8_t protocol = 0;
-  uint8_t maxPacketSize = 0;
-  uint16_t vendorId = 0;
-  uint16_t productId = 0;
-  uint16_t release = 0;
-  uint8_t configCount = 0;
-
+  DeviceDescriptor descriptor;  // zeros while there is none
   uint16_t languageId = 0;
   Text manufacturer{};  // empty when the device names no such string
   Text product{};
@@ -73,23 +67,12 @@ class CUsbDevice {
   uint32_t usbdStatus = 0;  // of the last descriptor request
   uint32_t ntStatus = 0;
 
-  // Of the current configuration and interface.
   uint8_t currentConfig = 0;
-  uint8_t currentInterface = 0;
+  uint8_t currentInterface = 0;  // its place in the configuration, alternate settings included
   uint8_t currentAlternate = 0;
-  uint8_t configValue = 0;
-  uint8_t configAttributes = 0;
-  uint8_t configMaxPower = 0;
-  uint8_t interfaceCount = 0;    // as declared
-  uint8_t interfaceObjects = 0;  // alternate settings included
-  uint8_t interfaceNumber = 0;
-  uint8_t interfaceClass = 0;
-  uint8_t interfaceSubClass = 0;
-  uint8_t interfaceProtocol = 0;
 
   CUsbControlEndPoint* control() const { return control_.get(); }
   const CUsbConfig* config(size_t index) const { return configs_[index].get(); }
-  const std::vector<uint8_t>& configBytes(size_t index) const { return configBytes_[index]; }
   // The first endpoint of its kind and direction in the current interface; null when absent.
   struct EndPoints {
     CUsbEndPoint* isochronousIn = nullptr;
@@ -104,27 +87,29 @@ class CUsbDevice {
  private:
   void Forget();
   bool OpenPath(uint8_t index);
-  bool DescriptorRequest(uint16_t value, uint16_t index, uint16_t length,
-                         std::vector<uint8_t>* data);
+  // What came, at most `length` bytes; empty on failure.
+  std::vector<uint8_t> DescriptorRequest(uint16_t value, uint16_t index, uint16_t length);
   // The string descriptor: asked for its length, then whole. Empty on failure.
   std::vector<uint8_t> StringDescriptor(uint8_t index, uint16_t language);
-  void ReadDeviceDescriptor();
+  void ReadDescriptor();
   void ReadLanguage();
   void ReadText(uint8_t index, Text* text);
   void ReadDriverFacts();
-  uint32_t QueryWord(uint32_t code);
+  template <typename Number>
+  Number QueryNumber(uint32_t code);
   void ReadConfigs();
   void MakeControl();
   void ReferEndPoints(CUsbInterface& selected);
 
-  Guid class_;
-  void* window_;
+  DeviceInterfaces& interfaces_;
+  Devices& devices_;
+  const Guid class_;
+  void* const window_;
   std::unique_ptr<DeviceNotification> classNotification_;
   std::unique_ptr<DeviceNotification> handleNotification_;
   DeviceSlot slot_;  // outlives the endpoints below
-  std::unique_ptr<CUsbControlEndPoint> control_;
-  std::array<std::vector<uint8_t>, kConfigs> configBytes_;
+  std::shared_ptr<CUsbControlEndPoint> control_;
   std::array<std::unique_ptr<CUsbConfig>, kConfigs> configs_;
 };
 
-}  // namespace brisk::usb
+}  // namespace brisk::tcon_board

@@ -1,72 +1,73 @@
 #include "adapters/tcon_board/usb_endpoint.h"
 
 #include <algorithm>
-#include <cstring>
 #include <limits>
 
-namespace brisk::usb {
+namespace brisk::tcon_board {
 namespace {
 
 constexpr uint32_t kAbortPatience = 1000;  // milliseconds
 
-constexpr uint16_t kPacketSizeMask = 0x7FF;  // of wMaxPacketSize
+constexpr uint8_t kDirectionIn = 0x80;  // of an endpoint address
+constexpr uint16_t kPacketSizeMask = 0x7FF;
 constexpr int kExtraPacketsShift = 11;
+
+// The driver is told whole seconds: the least above 0 is one.
+constexpr uint32_t Seconds(uint32_t milliseconds) {
+  return milliseconds != 0 && milliseconds < 1000 ? 1 : milliseconds / 1000;
+}
 
 }  // namespace
 
-TransferHeader TransferRecord::Header() const {
-  TransferHeader header;
-  if (bytes.size() >= sizeof header) std::memcpy(&header, bytes.data(), sizeof header);
-  return header;
-}
-
-CUsbEndPoint::CUsbEndPoint(const DeviceSlot& slot, Descriptor descriptor)
-    : descriptorLength(descriptor[0]),
-      descriptorType(descriptor[1]),
-      address(descriptor[2]),
-      attributes(descriptor[3]),
-      interval(descriptor[6]),
-      in((descriptor[2] & kDirectionIn) != 0),
-      slot_(slot) {
-  const unsigned packet = descriptor[4] | descriptor[5] << 8;
-  packetsPerFrame = static_cast<uint8_t>((packet >> kExtraPacketsShift & 3) + 1);
-  maxPacketSize = (packet & kPacketSizeMask) * packetsPerFrame;
-}
-
-uint32_t CUsbEndPoint::TimeOutSeconds() const {
-  return timeOut != 0 && timeOut < 1000 ? 1 : timeOut / 1000;
-}
-
-TransferRecord CUsbEndPoint::BeginRecord(uint32_t code, TransferHeader header, uint32_t gap,
-                                         std::span<const uint8_t> data) {
-  TransferRecord record;
-  if (device() == nullptr) return record;
+std::vector<uint8_t> RecordOf(TransferHeader header, uint32_t gap, Bytes data) {
   header.dataOffset = kHeaderSize + gap;
   header.dataLength = static_cast<uint32_t>(data.size());
-  record.bytes.resize(header.dataOffset + data.size());
-  std::memcpy(record.bytes.data(), &header, sizeof header);
-  std::copy(data.begin(), data.end(), record.bytes.begin() + header.dataOffset);
-  const auto size = static_cast<uint32_t>(record.bytes.size());
-  record.pending = device()->Begin(code, record.bytes.data(), size, record.bytes.data(), size);
+  std::vector<uint8_t> record(header.dataOffset + data.size());
+  std::memcpy(record.data(), &header, sizeof header);
+  std::copy(data.begin(), data.end(), record.begin() + header.dataOffset);
   return record;
 }
 
-TransferRecord CUsbEndPoint::BeginBuffered(uint8_t* buffer, uint32_t length) {
-  TransferHeader header;
-  header.endpoint = address;
-  return BeginRecord(kBufferedTransfer, header, 0, {buffer, length});
+CUsbEndPoint::CUsbEndPoint(const DeviceSlot& slot, const EndpointDescriptor& descriptor)
+    : EndpointDescriptor(descriptor),
+      packetsPerFrame(static_cast<uint8_t>((packet >> kExtraPacketsShift & 3) + 1)),
+      maxPacketSize(uint32_t{packetsPerFrame} * (packet & kPacketSizeMask)),
+      in((address & kDirectionIn) != 0),
+      slot_(slot) {}
+
+CUsbEndPoint::Request CUsbEndPoint::MakeRequest(Bytes data) {
+  TransferHeader header{.endpoint = address};
+  if (Is(EndpointKind::kIsochronous)) {
+    const uint64_t size = maxPacketSize;
+    const uint64_t packets = size == 0 ? 0 : (data.size() + size - 1) / size;
+    const uint64_t gap = packets * kPacketInfoSize;
+    if (gap + data.size() > std::numeric_limits<int32_t>::max()) return {};
+    header.packetOffset = kHeaderSize;
+    header.packetLength = static_cast<uint32_t>(gap);
+    return {kBufferedTransfer, RecordOf(header, header.packetLength, data)};
+  }
+  if (mode == TransferMode::kBuffered) return {kBufferedTransfer, RecordOf(header, 0, data)};
+  const auto* bytes = reinterpret_cast<const uint8_t*>(&header);
+  return {kDirectTransfer, {bytes, bytes + sizeof header}};
 }
 
-TransferRecord CUsbEndPoint::BeginDirect(uint8_t* buffer, uint32_t length) {
-  TransferRecord record;
-  if (device() == nullptr) return record;
-  TransferHeader header;
-  header.endpoint = address;
-  record.bytes.resize(sizeof header);
-  std::memcpy(record.bytes.data(), &header, sizeof header);
-  record.pending =
-      device()->Begin(kDirectTransfer, record.bytes.data(), kHeaderSize, buffer, length);
-  return record;
+bool CUsbEndPoint::Transfer(uint8_t* buffer, uint32_t* length) {
+  const Buffer data(buffer, *length);
+  bytesTransferred = *length = 0;
+  if (slot_.device == nullptr || IsNullWithLength(data)) return false;
+  Request request = MakeRequest(data);
+  if (request.record.empty()) return false;
+  const Buffer record(request.record);
+  const Buffer out = request.code == kDirectTransfer ? data : record;
+  const auto pending =
+      slot_.device->Begin(request.code, record.data(), static_cast<uint32_t>(record.size()),
+                          out.data(), static_cast<uint32_t>(out.size()));
+  if (pending == nullptr) return false;
+  lastError = pending->StartError();
+  const bool waited = WaitFor(*pending);
+  const bool moved = Collect(*pending, record, data);
+  *length = bytesTransferred;
+  return waited && moved;
 }
 
 bool CUsbEndPoint::WaitFor(PendingRequest& pending) {
@@ -78,59 +79,45 @@ bool CUsbEndPoint::WaitFor(PendingRequest& pending) {
   return false;
 }
 
-bool CUsbEndPoint::Transfer(uint8_t* buffer, uint32_t* length) {
-  const bool missing = buffer == nullptr && *length != 0;
-  TransferRecord record = missing ? TransferRecord() : Begin(buffer, *length);
-  if (record.pending == nullptr) {
-    bytesTransferred = *length = 0;
-    return false;
-  }
-  lastError = record.pending->StartError();
-  const bool waited = WaitFor(*record.pending);
-  return End(record, buffer, length) && waited;
-}
-
-bool CUsbEndPoint::End(TransferRecord& record, uint8_t* buffer, uint32_t* length) {
+bool CUsbEndPoint::Collect(PendingRequest& pending, Bytes record, Buffer data) {
   uint32_t count = 0;
-  const bool completed = record.pending->Result(&count);
-  const TransferHeader header = record.Header();
-  const uint32_t room = *length;
+  const bool completed = pending.Result(&count);
+  const auto header = ReadAs<TransferHeader>(record);
+  const auto room = static_cast<uint32_t>(data.size());
   // A driver that counts more than it was given is not believed.
   bytesTransferred = count > header.dataOffset ? std::min(count - header.dataOffset, room) : 0;
-  *length = bytesTransferred;
   usbdStatus = header.usbdStatus;
   ntStatus = header.ntStatus;
-  const bool copied = record.bytes.size() > kHeaderSize;
-  if (in && copied && header.dataOffset + uint64_t{bytesTransferred} <= record.bytes.size()) {
-    std::copy_n(record.bytes.begin() + header.dataOffset, bytesTransferred, buffer);
+  const bool copied = record.size() > kHeaderSize;
+  if (in && copied && header.dataOffset + uint64_t{bytesTransferred} <= record.size()) {
+    std::copy_n(record.begin() + header.dataOffset, bytesTransferred, data.begin());
   }
-  record.pending.reset();
   return completed && usbdStatus == 0 && ntStatus == 0;
 }
 
 void CUsbEndPoint::Cancel() {
-  if (device() == nullptr) return;
+  if (slot_.device == nullptr) return;
   uint32_t returned = 0;
-  device()->Control(kAbortEndpoint, &address, sizeof address, nullptr, 0, &returned);
+  slot_.device->Control(kAbortEndpoint, &address, sizeof address, nullptr, 0, &returned);
 }
 
-CUsbControlEndPoint::CUsbControlEndPoint(const DeviceSlot& slot, Descriptor descriptor)
+CUsbControlEndPoint::CUsbControlEndPoint(const DeviceSlot& slot,
+                                         const EndpointDescriptor& descriptor)
     : CUsbEndPoint(slot, descriptor) {
   mode = TransferMode::kBuffered;
 }
 
-TransferRecord CUsbControlEndPoint::Begin(uint8_t* buffer, uint32_t length) {
-  if (length > std::numeric_limits<uint16_t>::max()) return {};
+CUsbEndPoint::Request CUsbControlEndPoint::MakeRequest(Bytes data) {
+  if (data.size() > std::numeric_limits<uint16_t>::max()) return {};
   in = direction == 1;
-  TransferHeader header;
-  header.requestType =
-      static_cast<uint8_t>(((requestType & 3) | direction * 4) * 32 | (recipient & 0x1F));
-  header.request = requestCode;
-  header.value = value;
-  header.index = index;
-  header.length = static_cast<uint16_t>(length);
-  header.timeOut = TimeOutSeconds();
-  return BeginRecord(kControlTransfer, header, 0, {buffer, length});
+  const unsigned type = ((requestType & 3) | direction * 4) * 32 | (recipient & 0x1F);
+  return {kControlTransfer, RecordOf({.requestType = static_cast<uint8_t>(type),
+                                      .request = requestCode,
+                                      .value = value,
+                                      .index = index,
+                                      .length = static_cast<uint16_t>(data.size()),
+                                      .timeOut = Seconds(timeOut)},
+                                     0, data)};
 }
 
 bool CUsbControlEndPoint::ControlRead(uint8_t* buffer, uint32_t* length) {
@@ -143,34 +130,13 @@ bool CUsbControlEndPoint::ControlWrite(uint8_t* buffer, uint32_t* length) {
   return Transfer(buffer, length);
 }
 
-TransferRecord CUsbDataEndPoint::Begin(uint8_t* buffer, uint32_t length) {
-  return mode == TransferMode::kDirect ? BeginDirect(buffer, length)
-                                       : BeginBuffered(buffer, length);
-}
-
-TransferRecord CUsbIsochronousEndPoint::Begin(uint8_t* buffer, uint32_t length) {
-  const uint32_t size = maxPacketSize;
-  const uint32_t packets = size == 0 ? 0 : length / size + (length % size != 0 ? 1 : 0);
-  if (uint64_t{packets} * kPacketInfoSize + length > std::numeric_limits<int32_t>::max()) return {};
-  TransferHeader header;
-  header.endpoint = address;
-  header.packetOffset = kHeaderSize;
-  header.packetLength = kPacketInfoSize * packets;
-  return BeginRecord(kBufferedTransfer, header, header.packetLength, {buffer, length});
-}
-
 std::unique_ptr<CUsbEndPoint> MakeEndPoint(const DeviceSlot& slot,
-                                           CUsbEndPoint::Descriptor descriptor) {
-  switch (static_cast<EndpointKind>(descriptor[3])) {
-    case EndpointKind::kControl:
-      return std::make_unique<CUsbControlEndPoint>(slot, descriptor);
-    case EndpointKind::kIsochronous:
-      return std::make_unique<CUsbIsochronousEndPoint>(slot, descriptor);
-    case EndpointKind::kBulk:
-    case EndpointKind::kInterrupt:
-      return std::make_unique<CUsbDataEndPoint>(slot, descriptor);
+                                           const EndpointDescriptor& descriptor) {
+  if (descriptor.Is(EndpointKind::kControl)) {
+    return std::make_unique<CUsbControlEndPoint>(slot, descriptor);
   }
-  return nullptr;
+  const bool known = descriptor.attributes <= static_cast<uint8_t>(EndpointKind::kInterrupt);
+  return known ? std::make_unique<CUsbEndPoint>(slot, descriptor) : nullptr;
 }
 
-}  // namespace brisk::usb
+}  // namespace brisk::tcon_board

@@ -1,88 +1,75 @@
 #pragma once
 
-#include <array>
-#include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <span>
 #include <vector>
 
+#include "adapters/tcon_board/usb_descriptors.h"
+#include "base/bytes.h"
 #include "contracts/tcon_driver.h"
 #include "platform/device_control.h"
 
-namespace brisk::usb {
-
-inline constexpr uint8_t kDirectionIn = 0x80;  // bit of an endpoint address
-inline constexpr uint8_t kEndpointDescriptor = 5;
-inline constexpr size_t kEndpointDescriptorSize = 7;
-
-enum class EndpointKind : uint8_t { kControl, kIsochronous, kBulk, kInterrupt };
-enum class TransferMode : uint8_t { kBuffered = 0, kDirect = 1 };
+// Transfers on a board's endpoints. Every one is a device-control request to the USB driver, begun
+// overlapped, in one of three shapes:
+//
+//   copied        in and out: header, data         control; bulk and interrupt of old drivers
+//   isochronous   in and out: header, a record of 8 bytes for every packet, data
+//   direct        in: header; out: the caller's own buffer         bulk and interrupt
+//
+// The driver writes how it ended into the header that it was given (contracts/tcon_driver.h).
+namespace brisk::tcon_board {
 
 // The open device that a board object shares with its endpoints; null while closed.
 struct DeviceSlot {
-  std::unique_ptr<Device> device;
+  std::unique_ptr<OpenedDevice> device;
 };
 
-// One transfer under way: the header with what follows it, and the request that uses both.
-struct TransferRecord {
-  TransferHeader Header() const;
+// What a request to the driver carries: the header, `gap` zero bytes and a copy of the data, whose
+// place it puts into the header.
+std::vector<uint8_t> RecordOf(TransferHeader header, uint32_t gap, Bytes data);
 
-  std::vector<uint8_t> bytes;
-  std::unique_ptr<PendingRequest> pending;  // null when nothing was started
-};
+enum class TransferMode : uint8_t { kBuffered = 0, kDirect = 1 };
 
-// An endpoint of an open device and the transfers on it, one at a time. `slot` outlives it.
-class CUsbEndPoint {
+// An endpoint of an open device and the transfers on it, one at a time: bulk, interrupt and
+// isochronous ones here. `slot` outlives it.
+class CUsbEndPoint : public EndpointDescriptor {
  public:
-  using Descriptor = std::span<const uint8_t, kEndpointDescriptorSize>;
-
-  CUsbEndPoint(const DeviceSlot& slot, Descriptor descriptor);
+  CUsbEndPoint(const DeviceSlot& slot, const EndpointDescriptor& descriptor);
   CUsbEndPoint(const CUsbEndPoint&) = delete;
   CUsbEndPoint& operator=(const CUsbEndPoint&) = delete;
-
-  // Start a transfer: straight from the caller's buffer, through a copy behind the header, and the
-  // one of the two (or its own) that this kind of endpoint uses.
-  virtual TransferRecord BeginDirect(uint8_t* buffer, uint32_t length);
-  virtual TransferRecord BeginBuffered(uint8_t* buffer, uint32_t length);
-  virtual TransferRecord Begin(uint8_t* buffer, uint32_t length) = 0;
-  // Collects the result of a completed transfer; `length` becomes the bytes moved.
-  virtual bool End(TransferRecord& record, uint8_t* buffer, uint32_t* length);
   virtual ~CUsbEndPoint() = default;
 
-  // Moves up to `length` bytes and waits, at most for the time-out and then for the cancellation.
-  // True when all went well and the driver reports no error. Fails on a closed device, and for a
-  // null buffer that should hold bytes.
+  // Moves up to `length` bytes and waits, at most for the time-out and then for the cancellation;
+  // `length` becomes the bytes moved. True when all went well and the driver reports no error.
+  // Fails on a closed device, and for a null buffer that should hold bytes.
   bool Transfer(uint8_t* buffer, uint32_t* length);
   // Ends whatever is pending on the endpoint.
   void Cancel();
 
-  // Descriptor fields.
-  uint8_t descriptorLength = 0;
-  uint8_t descriptorType = 0;
-  uint8_t address = 0;
-  uint8_t attributes = 0;
-  uint32_t maxPacketSize = 0;  // per frame: packet size times packets per frame
-  uint8_t packetsPerFrame = 1;
-  uint8_t interval = 0;
+  const uint8_t packetsPerFrame;
+  const uint32_t maxPacketSize;  // per frame: packet size times packets per frame
 
   uint32_t timeOut = 10000;  // milliseconds
   uint32_t usbdStatus = 0;   // these four: of the last transfer
   uint32_t ntStatus = 0;
   uint32_t bytesTransferred = 0;
   uint32_t lastError = 0;
-  bool in = false;
+  bool in;  // towards the host
+  // Straight from and to the caller's buffer, or through a copy behind the header. Isochronous and
+  // control transfers are always copied.
   TransferMode mode = TransferMode::kDirect;
 
  protected:
-  Device* device() const { return slot_.device.get(); }
-  uint32_t TimeOutSeconds() const;
-  // Header, `gap` zero bytes and a copy of the data, sent and received as one record.
-  TransferRecord BeginRecord(uint32_t code, TransferHeader header, uint32_t gap,
-                             std::span<const uint8_t> data);
+  struct Request {
+    uint32_t code = 0;
+    std::vector<uint8_t> record;  // empty: more than the driver can be asked for
+  };
 
  private:
+  virtual Request MakeRequest(Bytes data);
+  // True when the request is through; one that is not in time is cancelled.
   bool WaitFor(PendingRequest& pending);
+  bool Collect(PendingRequest& pending, Bytes record, Buffer data);
 
   const DeviceSlot& slot_;
 };
@@ -90,10 +77,9 @@ class CUsbEndPoint {
 // Endpoint 0, with the fields of its next request. Vendor requests to the device unless changed.
 class CUsbControlEndPoint : public CUsbEndPoint {
  public:
-  CUsbControlEndPoint(const DeviceSlot& slot, Descriptor descriptor);
+  CUsbControlEndPoint(const DeviceSlot& slot, const EndpointDescriptor& descriptor);
 
-  TransferRecord Begin(uint8_t* buffer, uint32_t length) override;
-
+  // Transfers with the direction set. More than 65535 bytes fail before anything is sent.
   bool ControlRead(uint8_t* buffer, uint32_t* length);
   bool ControlWrite(uint8_t* buffer, uint32_t* length);
 
@@ -106,23 +92,13 @@ class CUsbControlEndPoint : public CUsbEndPoint {
   uint8_t requestCode = 0;
   uint16_t value = 0;
   uint16_t index = 0;
-};
 
-class CUsbIsochronousEndPoint : public CUsbEndPoint {
- public:
-  using CUsbEndPoint::CUsbEndPoint;
-  TransferRecord Begin(uint8_t* buffer, uint32_t length) override;
-};
-
-// Bulk and interrupt endpoints transfer alike.
-class CUsbDataEndPoint : public CUsbEndPoint {
- public:
-  using CUsbEndPoint::CUsbEndPoint;
-  TransferRecord Begin(uint8_t* buffer, uint32_t length) override;
+ private:
+  Request MakeRequest(Bytes data) override;
 };
 
 // The endpoint that a descriptor's attributes byte asks for; null for one that is no kind.
 std::unique_ptr<CUsbEndPoint> MakeEndPoint(const DeviceSlot& slot,
-                                           CUsbEndPoint::Descriptor descriptor);
+                                           const EndpointDescriptor& descriptor);
 
-}  // namespace brisk::usb
+}  // namespace brisk::tcon_board

@@ -2,8 +2,8 @@
 
 namespace brisk::u2c {
 
-// Where this back end's failure texts go. It writes nothing: these failures are not reported, and
-// the calls say in the code which they are.
+// Where the adapter's failure texts go. It writes nothing: these failures are not reported, and the
+// calls say in the code which they are.
 template <typename... Arguments>
 void SilentTrace(const char* /*format*/, Arguments... /*arguments*/) {}
 

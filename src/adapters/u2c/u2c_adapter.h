@@ -2,56 +2,61 @@
 
 #include <cstdint>
 
-#include "adapters/u2c/u2c_library.h"
-#include "i2c/bus.h"
+#include "adapters/u2c/u2c_flash.h"
+#include "adapters/u2c/u2c_link.h"
+#include "adapters/u2c/u2c_registers.h"
+#include "device/device.h"
+#include "device/host.h"
+#include "device/string_registers.h"
+#include "i2c/registers.h"
+#include "i2c/string_command.h"
+#include "image/port_words.h"
+#include "image/transfer.h"
 
 namespace brisk::u2c {
 
-// The adapter: its connection, which opens on first use and stays open until the process ends, its
-// I2C primitives, clocks and the output byte made of its lines.
-class U2cAdapter : public i2c::Bus {
+// The adapter's three lines as the output byte of a parallel port, and the picture port on them.
+// Every step is a call of the adapter's library, three to an output byte: a word of n bits costs
+// 3 (1 + 2 n) of them. That is 195 for two 16-bit pixels and 77 million for a frame of 1024 x 768;
+// in 24-bit mode it is half as much again.
+class U2cLines final : public PortLines, public image::PortWords {
  public:
-  // Opens the adapter unless it is open. Without one, every call goes to the library with the
-  // invalid handle and fails there, and the next connect tries again.
-  void Connect();
-  bool connected() const { return connected_; }
+  explicit U2cLines(U2cLink& link) : PortWords(bLptImage), link_(link) {}
 
-  void I2c_Start() override { library_.Start(handle_); }
-  void I2c_RStart() override { library_.RepeatedStart(handle_); }
-  void I2c_Stop() override { library_.Stop(handle_); }
-  uint32_t I2c_Tx(uint32_t byte) override;
-  // Stores what came, zero-extended; 0 whatever the library said. 1 for a null pointer.
-  uint32_t I2c_Rx(uint32_t* data, uint32_t last) override;
-  // The same, with the library's word for it: true = received.
-  bool Receive(uint8_t* byte, bool acknowledge);
-
-  // True when the library succeeded.
-  bool Write(Transaction& transaction) { return library_.Write(handle_, &transaction) == kDone; }
-  bool Read(Transaction& transaction) { return library_.Read(handle_, &transaction) == kDone; }
-
-  // The nearest clock that the adapter has; of two equally near, the faster.
-  void SetI2cClock(uint32_t kHz);
-  void SetSpiClock(uint32_t kHz);
-  void SetFastestSpiClock() { library_.SpiSetFreq(handle_, 0); }
-  bool SpiWrite(uint8_t* bytes, uint16_t count) {
-    return library_.SpiWrite(handle_, bytes, count) == kDone;
-  }
-  bool SpiRead(uint8_t* byte) { return library_.SpiRead(handle_, byte, 1) == kDone; }
-
-  // Line 0: an output, and the flash's chip select.
-  void MakeLineAnOutput();
-  void SetLine(bool high) { library_.IoWrite(handle_, high ? 1 : 0, kLine0); }
-
-  // The virtual output byte: bit 6 is line 0, bit 0 SDA, bit 1 SCL, always set in this order; the
-  // other bits reach no line.
-  void WritePort(uint8_t value);
+  Status Output(uint8_t value) override;
+  Status Input(uint8_t* value) override;  // 0: there is no input byte
 
  private:
-  static constexpr uint32_t kLine0 = 1;
+  void WritePort(uint8_t value) override { link_.WritePort(value); }
 
-  U2cLibrary library_;
-  Handle handle_ = kNoHandle;
-  bool connected_ = false;
+  U2cLink& link_;
+  uint8_t bLptImage = 0;  // last output without bits 0 and 1
+};
+
+// A board behind a U2C USB adapter. It connects on first use; while there is no adapter every
+// operation fails, and the next one tries again.
+class U2cAdapter final : private ClockGenerator {
+ public:
+  explicit U2cAdapter(const Host& host);
+  U2cAdapter(const U2cAdapter&) = delete;
+  U2cAdapter& operator=(const U2cAdapter&) = delete;
+
+  const Device& device() const { return device_; }
+
+ private:
+  Status WriteDividers(uint8_t a, uint8_t b, uint32_t c, uint32_t d, uint32_t e) override;
+
+  CDebug& log_;
+  U2cLink link_;
+  U2cLines lines_{link_};
+  U2cFlash flash_;
+  U2cRegisters registers_{link_, flash_};
+  U2cChannels channels_{link_, registers_};
+  i2c::BusRegisters heads_{link_};
+  i2c::StringCommands strings_{link_};
+  StringRegisters pictureRegisters_{strings_};
+  image::PictureTransfer display_;
+  const Device device_;
 };
 
 }  // namespace brisk::u2c

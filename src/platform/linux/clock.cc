@@ -5,10 +5,10 @@
 #include <sched.h>
 #include <x86intrin.h>
 
-#include "platform/linux/never_destroyed.h"
-#include "platform/linux/parts.h"
+#include "platform/common/never_destroyed.h"
+#include "platform/common/parts.h"
 
-namespace brisk::linux_system {
+namespace brisk::os {
 namespace {
 
 constexpr int64_t kNanosecondsPerSecond = 1'000'000'000;
@@ -17,6 +17,8 @@ constexpr int64_t kNanosecondsPerMillisecond = 1'000'000;
 constexpr int64_t kSecondsBefore1970 = 11'644'473'600;
 constexpr int64_t kUnitsPerSecond = 10'000'000;
 
+// The monotonic clock gives the performance counter, in nanoseconds, and the tick count; only the
+// local time follows what the user sets.
 class SystemClock final : public Clock {
  public:
   uint64_t TimeStampCounter() override { return __rdtsc(); }
@@ -37,6 +39,7 @@ class SystemClock final : public Clock {
            now.tv_nsec / 100;
   }
 
+  // A signal does not cut it short.
   void Sleep(uint32_t milliseconds) override {
     if (milliseconds == 0) {
       sched_yield();
@@ -58,9 +61,6 @@ class SystemClock final : public Clock {
 
 }  // namespace
 
-Clock& TheClock() {
-  static NeverDestroyed<SystemClock> clock;
-  return *clock;
-}
+Clock& TheClock() { return Permanent<SystemClock>(); }
 
-}  // namespace brisk::linux_system
+}  // namespace brisk::os

@@ -5,10 +5,10 @@
 #include <cstring>
 #include <unistd.h>
 
-#include "platform/linux/never_destroyed.h"
-#include "platform/linux/parts.h"
+#include "platform/common/never_destroyed.h"
+#include "platform/common/parts.h"
 
-namespace brisk::linux_system {
+namespace brisk::os {
 namespace {
 
 // A pipe that nobody reads any more must not end the process: while this lives, the thread's
@@ -51,9 +51,6 @@ class StandardError final : public DebugStream {
 
 }  // namespace
 
-DebugStream& TheDebugStream() {
-  static NeverDestroyed<StandardError> stream;
-  return *stream;
-}
+DebugStream& TheDebugStream() { return Permanent<StandardError>(); }
 
-}  // namespace brisk::linux_system
+}  // namespace brisk::os

@@ -1,12 +1,13 @@
 #include "platform/device_interfaces.h"
 
-#include "platform/linux/never_destroyed.h"
-#include "platform/linux/parts.h"
+#include "platform/common/never_destroyed.h"
+#include "platform/common/parts.h"
 #include "platform/linux/usb_devices.h"
 
-namespace brisk::linux_system {
+namespace brisk::os {
 namespace {
 
+// Windows get no notices here: there are none to get them.
 class LinuxDeviceInterfaces final : public DeviceInterfaces {
  public:
   std::unique_ptr<DeviceInterfaceSet> Present(const Guid& interfaceClass) override {
@@ -23,9 +24,6 @@ class LinuxDeviceInterfaces final : public DeviceInterfaces {
 
 }  // namespace
 
-DeviceInterfaces& TheDeviceInterfaces() {
-  static NeverDestroyed<LinuxDeviceInterfaces> interfaces;
-  return *interfaces;
-}
+DeviceInterfaces& TheDeviceInterfaces() { return Permanent<LinuxDeviceInterfaces>(); }
 
-}  // namespace brisk::linux_system
+}  // namespace brisk::os

@@ -1,20 +1,20 @@
 #include <string_view>
 #include <sys/io.h>
 
+#include "platform/common/never_destroyed.h"
+#include "platform/common/parts.h"
 #include "platform/device_control.h"
-#include "platform/linux/never_destroyed.h"
-#include "platform/linux/parts.h"
 #include "platform/linux/port_driver.h"
 #include "platform/linux/usb_devices.h"
 
-namespace brisk::linux_system {
+namespace brisk::os {
 namespace {
 
-constexpr std::string_view kPortDriverPath = R"(\\.\kgated)";
+constexpr std::string_view kPortDriverPath = KGATED_DEVICE;
 
 class LinuxDevices final : public Devices {
  public:
-  std::unique_ptr<Device> Open(const char* path, const DeviceOpenMode& /*mode*/) override {
+  std::unique_ptr<OpenedDevice> Open(const char* path, const DeviceOpenMode& /*mode*/) override {
     if (path == kPortDriverPath) {
       return std::make_unique<PortDriverDevice>(ThePortIo(), TheDebugStream(), ioperm);
     }
@@ -25,9 +25,6 @@ class LinuxDevices final : public Devices {
 
 }  // namespace
 
-Devices& TheDevices() {
-  static NeverDestroyed<LinuxDevices> devices;
-  return *devices;
-}
+Devices& TheDevices() { return Permanent<LinuxDevices>(); }
 
-}  // namespace brisk::linux_system
+}  // namespace brisk::os

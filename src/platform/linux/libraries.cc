@@ -7,10 +7,10 @@
 #include <string_view>
 #include <unistd.h>
 
-#include "platform/linux/never_destroyed.h"
-#include "platform/linux/parts.h"
+#include "platform/common/never_destroyed.h"
+#include "platform/common/parts.h"
 
-namespace brisk::linux_system {
+namespace brisk::os {
 namespace {
 
 // Libraries whose file on Linux is not lib<name>.so.
@@ -57,6 +57,8 @@ class SharedObject final : public DynamicLibrary {
   void* handle_;
 };
 
+// All symbols are resolved now, so that a library that lacks one of its own fails here and not in
+// the middle of a transfer; its symbols are nobody else's.
 std::unique_ptr<DynamicLibrary> LoadFile(const std::string& path, std::string* whyNot) {
   if (void* handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL)) {
     return std::make_unique<SharedObject>(handle);
@@ -72,6 +74,8 @@ class SharedObjects final : public Libraries {
   // chdir. No std::string keeps it, because nothing would free that one when we are unloaded.
   SharedObjects() { OwnFolder().copy(ownFolder_.data(), ownFolder_.size() - 1); }
 
+  // A library in our own folder comes first. When it is there and cannot be loaded, that is the
+  // reason told, whatever the system's folders answer.
   std::unique_ptr<DynamicLibrary> Load(const char* name, std::string* whyNot) override {
     const std::string file = FileNameOf(name);
     const std::string own = ownFolder_.data() + file;
@@ -91,9 +95,6 @@ class SharedObjects final : public Libraries {
 
 }  // namespace
 
-Libraries& TheLibraries() {
-  static NeverDestroyed<SharedObjects> libraries;
-  return *libraries;
-}
+Libraries& TheLibraries() { return Permanent<SharedObjects>(); }
 
-}  // namespace brisk::linux_system
+}  // namespace brisk::os

@@ -4,12 +4,13 @@
 #include <cstdio>
 #include <cstring>
 
-namespace brisk::linux_system {
+namespace brisk::os {
 namespace {
 
-constexpr uint32_t kDriverVersion = 0x1000C;
-constexpr uint32_t kBaseAcknowledge = 0x19;
-constexpr uint8_t kSwitchOff = 1;
+using namespace port_driver;
+
+constexpr uint32_t kVersion = kDriverVersion;
+constexpr uint32_t kAcknowledge = kBaseAcknowledged;
 constexpr unsigned long kPortCount = 3;  // data, status, control
 
 // A request that was answered before anybody could wait for it.
@@ -26,18 +27,19 @@ class AnsweredRequest final : public PendingRequest {
   }
 
  private:
-  static constexpr uint32_t kErrorGeneralFailure = 31;
-
   bool success_;
   uint32_t returned_;
 };
 
 }  // namespace
 
+// The codes of the NT family; everything else is refused, as the kernel driver does.
 const PortDriverDevice::Operation PortDriverDevice::kOperations[] = {
-    {0x9C402480, &PortDriverDevice::Version},     {0x9C40248C, &PortDriverDevice::SwitchDirectIo},
-    {0x9C402494, &PortDriverDevice::SetPortBase}, {0x9C4024E4, &PortDriverDevice::WriteData},
-    {0x9C4024E8, &PortDriverDevice::ReadStatus},
+    {KGATED_CODE(kVersionFunction), &PortDriverDevice::Version},
+    {KGATED_CODE(kDirectAccessFunction), &PortDriverDevice::SwitchDirectIo},
+    {KGATED_CODE(kPortBaseFunction), &PortDriverDevice::SetPortBase},
+    {KGATED_CODE(kWriteDataFunction), &PortDriverDevice::WriteData},
+    {KGATED_CODE(kReadStatusFunction), &PortDriverDevice::ReadStatus},
 };
 
 PortDriverDevice::~PortDriverDevice() { Close(); }
@@ -71,9 +73,9 @@ bool PortDriverDevice::Close() {
 void* PortDriverDevice::Handle() const { return const_cast<PortDriverDevice*>(this); }  // NOLINT
 
 bool PortDriverDevice::Version(Request& request) {
-  request.returned = sizeof kDriverVersion;  // also when the buffer is too small
-  if (request.outSize < sizeof kDriverVersion) return false;
-  std::memcpy(request.out, &kDriverVersion, sizeof kDriverVersion);
+  request.returned = sizeof kVersion;  // also when the buffer is too small
+  if (request.outSize < sizeof kVersion) return false;
+  std::memcpy(request.out, &kVersion, sizeof kVersion);
   return true;
 }
 
@@ -97,11 +99,12 @@ bool PortDriverDevice::SetPortBase(Request& request) {
     }
   }
   base_ = base;
-  std::memcpy(request.out + 4, &kBaseAcknowledge, sizeof kBaseAcknowledge);
+  std::memcpy(request.out + 4, &kAcknowledge, sizeof kAcknowledge);
   request.returned = 8;
   return true;
 }
 
+// Without direct access these two take the permission for the one access.
 bool PortDriverDevice::WriteData(Request& request) {
   if (request.inSize < 1 || (!direct_ && !Allow(base_))) return false;
   ports_.Out(base_, request.in[0]);
@@ -117,6 +120,7 @@ bool PortDriverDevice::ReadStatus(Request& request) {
   return true;
 }
 
+// Asks the kernel, which wants CAP_SYS_RAWIO. Why it refused goes to the debug stream.
 bool PortDriverDevice::Allow(uint16_t base) {
   if (permission_(base, kPortCount, 1) == 0) return true;
   char text[128];
@@ -128,4 +132,4 @@ bool PortDriverDevice::Allow(uint16_t base) {
 
 void PortDriverDevice::Forbid(uint16_t base) { permission_(base, kPortCount, 0); }
 
-}  // namespace brisk::linux_system
+}  // namespace brisk::os

@@ -3,11 +3,12 @@
 #include <cstdint>
 #include <memory>
 
+#include "contracts/port_driver.h"
 #include "platform/debug_stream.h"
 #include "platform/device_control.h"
 #include "platform/port_io.h"
 
-namespace brisk::linux_system {
+namespace brisk::os {
 
 // ioperm(2), or a stand-in.
 using PermissionCall = int (*)(unsigned long firstPort, unsigned long count, int allow);
@@ -19,7 +20,7 @@ using PermissionCall = int (*)(unsigned long firstPort, unsigned long count, int
 // Two differences from the kernel driver: permission follows the base when the base changes, and
 // closing the device gives the permission back. The kernel keeps it per thread: threads started
 // after the switch inherit it, threads that ran before do not.
-class PortDriverDevice final : public Device {
+class PortDriverDevice final : public OpenedDevice {
  public:
   PortDriverDevice(PortIo& ports, DebugStream& debugStream, PermissionCall permission)
       : ports_(ports), debugStream_(debugStream), permission_(permission) {}
@@ -60,8 +61,8 @@ class PortDriverDevice final : public Device {
   PortIo& ports_;
   DebugStream& debugStream_;
   PermissionCall permission_;
-  uint16_t base_ = 0x378;  // direct access is switched on before the base is set
+  uint16_t base_ = port_driver::kDefaultBase;  // until it is set, after the switch
   bool direct_ = false;
 };
 
-}  // namespace brisk::linux_system
+}  // namespace brisk::os

@@ -5,10 +5,10 @@
 #include <sched.h>
 #include <sys/resource.h>
 
-#include "platform/linux/never_destroyed.h"
-#include "platform/linux/parts.h"
+#include "platform/common/never_destroyed.h"
+#include "platform/common/parts.h"
 
-namespace brisk::linux_system {
+namespace brisk::os {
 namespace {
 
 struct ClassNiceness {
@@ -89,9 +89,6 @@ class NicenessScheduler final : public Scheduler {
 
 }  // namespace
 
-Scheduler& TheScheduler() {
-  static NeverDestroyed<NicenessScheduler> scheduler;
-  return *scheduler;
-}
+Scheduler& TheScheduler() { return Permanent<NicenessScheduler>(); }
 
-}  // namespace brisk::linux_system
+}  // namespace brisk::os

@@ -12,14 +12,15 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "platform/linux/never_destroyed.h"
-#include "platform/linux/parts.h"
+#include "platform/common/never_destroyed.h"
+#include "platform/common/parts.h"
 
-namespace brisk::linux_system {
+namespace brisk::os {
 namespace {
 
 constexpr int kDrainStepMs = 1;
 
+// A terminal device in raw mode, never blocking: what waits does so with poll and a limit.
 class Tty final : public SerialPort {
  public:
   explicit Tty(int file) : file_(file) {}
@@ -55,6 +56,7 @@ void MakeRaw(termios2* settings, uint32_t bitsPerSecond) {
   settings->c_cc[VTIME] = 0;
 }
 
+// A pseudo-terminal or an odd driver may refuse; the port then goes on as it is.
 void Tty::Configure(uint32_t bitsPerSecond) {
   termios2 settings{};
   if (file_ < 0 || ioctl(file_, TCGETS2, &settings) != 0) return;
@@ -62,6 +64,7 @@ void Tty::Configure(uint32_t bitsPerSecond) {
   ioctl(file_, TCSETS2, &settings);
 }
 
+// A driver's queue takes a few kilobytes; what is beyond waits for room.
 void Tty::Write(const uint8_t* bytes, size_t count) {
   while (file_ >= 0 && count > 0) {
     const ssize_t written = write(file_, bytes, count);
@@ -121,6 +124,7 @@ int Tty::Close() {
   return closed == 0 ? 1 : 0;
 }
 
+// Some USB adapters otherwise gather what has come for 16 ms, a good part of a reply time-out.
 void AskForLowLatency(int file) {
   serial_struct settings{};
   if (ioctl(file, TIOCGSERIAL, &settings) != 0) return;
@@ -163,9 +167,6 @@ std::unique_ptr<SerialPort> TtyPorts::Open(unsigned number, std::string* whyNot)
   return std::make_unique<Tty>(file);
 }
 
-SerialPorts& TheSerialPorts() {
-  static NeverDestroyed<TtyPorts> ports;
-  return *ports;
-}
+SerialPorts& TheSerialPorts() { return Permanent<TtyPorts>(); }
 
-}  // namespace brisk::linux_system
+}  // namespace brisk::os

@@ -4,7 +4,7 @@
 
 #include "platform/serial_ports.h"
 
-namespace brisk::linux_system {
+namespace brisk::os {
 
 // Port n is the device <folder>COMn when that name exists, a dangling link included, else
 // <folder>ttyS(n-1). Opening it takes it for this process alone (TIOCEXCL, and a lock that also
@@ -26,4 +26,4 @@ class TtyPorts final : public SerialPorts {
   const char* folder_;
 };
 
-}  // namespace brisk::linux_system
+}  // namespace brisk::os

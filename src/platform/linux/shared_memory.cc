@@ -9,10 +9,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "platform/linux/never_destroyed.h"
-#include "platform/linux/parts.h"
+#include "platform/common/never_destroyed.h"
+#include "platform/common/parts.h"
 
-namespace brisk::linux_system {
+namespace brisk::os {
 namespace {
 
 // The bytes that are locked; they need not exist.
@@ -167,9 +167,6 @@ class PosixSharedMemory final : public SharedMemory {
 
 }  // namespace
 
-SharedMemory& TheSharedMemory() {
-  static NeverDestroyed<PosixSharedMemory> memory;
-  return *memory;
-}
+SharedMemory& TheSharedMemory() { return Permanent<PosixSharedMemory>(); }
 
-}  // namespace brisk::linux_system
+}  // namespace brisk::os

@@ -5,7 +5,7 @@
 #include "platform/debug_stream.h"
 #include "platform/shared_section.h"
 
-namespace brisk::linux_system {
+namespace brisk::os {
 
 // One user of the shared section that lives in the POSIX shared memory object `name`.
 //
@@ -53,4 +53,4 @@ class SharedObjectUser {
 // The calling user's object.
 std::string SharedObjectName();
 
-}  // namespace brisk::linux_system
+}  // namespace brisk::os

@@ -3,10 +3,10 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include "platform/linux/never_destroyed.h"
-#include "platform/linux/parts.h"
+#include "platform/common/never_destroyed.h"
+#include "platform/common/parts.h"
 
-namespace brisk::linux_system {
+namespace brisk::os {
 namespace {
 
 class LinuxSystem final : public System {
@@ -15,6 +15,7 @@ class LinuxSystem final : public System {
   bool IsNt() override { return true; }
   // There is no folder of driver images: no image is embedded either, so none is ever written.
   std::string SystemDirectory() override { return {}; }
+  // Whole pages only: what lies around the memory is somebody else's.
   void ExpectFullUse(void* memory, size_t size) override {
     constexpr uintptr_t kPage = 4096;
     const uintptr_t before = (kPage - reinterpret_cast<uintptr_t>(memory) % kPage) % kPage;
@@ -41,24 +42,12 @@ class NoMessageQueue final : public MessageQueue {
 
 }  // namespace
 
-System& TheSystem() {
-  static NeverDestroyed<LinuxSystem> system;
-  return *system;
-}
+System& TheSystem() { return Permanent<LinuxSystem>(); }
 
-Services& TheServices() {
-  static NeverDestroyed<NoServices> services;
-  return *services;
-}
+Services& TheServices() { return Permanent<NoServices>(); }
 
-Resources& TheResources() {
-  static NeverDestroyed<NoResources> resources;
-  return *resources;
-}
+Resources& TheResources() { return Permanent<NoResources>(); }
 
-MessageQueue& TheMessageQueue() {
-  static NeverDestroyed<NoMessageQueue> queue;
-  return *queue;
-}
+MessageQueue& TheMessageQueue() { return Permanent<NoMessageQueue>(); }
 
-}  // namespace brisk::linux_system
+}  // namespace brisk::os

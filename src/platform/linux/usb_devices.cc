@@ -10,15 +10,16 @@
 #include "platform/linux/usb_library.h"
 #include "platform/linux/usb_request.h"
 
-namespace brisk::linux_system {
+namespace brisk::os {
 namespace {
 
 constexpr size_t kNameSize = 256;
 constexpr int kInterface = 0;
 
+// A board of the list, while the list holds its reference.
 struct Listed {
-  UsbListedDevice* device;
-  UsbDeviceDescriptor descriptor;
+  libusb::Device* device;
+  libusb::DeviceDescriptor descriptor;
   std::string path;
 };
 
@@ -26,14 +27,14 @@ struct Listed {
 class Boards {
  public:
   explicit Boards(UsbLibrary& library) : library_(library) {
-    const ssize_t count = library_.getDeviceList(library_.context(), &list_);
+    const ssize_t count = library_.get_device_list(library_.context(), &list_);
     for (ssize_t i = 0; i < count; ++i) {
-      UsbDeviceDescriptor descriptor{};
-      if (library_.getDeviceDescriptor(list_[i], &descriptor) != 0) continue;
-      if (descriptor.vendorId != usb::kTconVendorId) continue;
+      libusb::DeviceDescriptor descriptor{};
+      if (library_.get_device_descriptor(list_[i], &descriptor) != 0) continue;
+      if (descriptor.vendorId != tcon_board::kTconVendorId) continue;
       char path[32];
-      std::snprintf(path, sizeof path, "usb:%03u:%03u", library_.getBusNumber(list_[i]),
-                    library_.getDeviceAddress(list_[i]));
+      std::snprintf(path, sizeof path, "usb:%03u:%03u", library_.get_bus_number(list_[i]),
+                    library_.get_device_address(list_[i]));
       boards_.push_back({list_[i], descriptor, path});
     }
     if (count < 0) list_ = nullptr;
@@ -41,17 +42,18 @@ class Boards {
   Boards(const Boards&) = delete;
   Boards& operator=(const Boards&) = delete;
   ~Boards() {
-    if (list_ != nullptr) library_.freeDeviceList(list_, 1);
+    if (list_ != nullptr) library_.free_device_list(list_, 1);
   }
 
   const std::vector<Listed>& all() const { return boards_; }
 
  private:
   UsbLibrary& library_;
-  UsbListedDevice** list_ = nullptr;
+  libusb::Device** list_ = nullptr;
   std::vector<Listed> boards_;
 };
 
+// The paths of the boards that were there, for opening one later.
 class UsbDeviceSet final : public DeviceInterfaceSet {
  public:
   explicit UsbDeviceSet(const Boards& boards) {
@@ -68,13 +70,15 @@ class UsbDeviceSet final : public DeviceInterfaceSet {
   std::vector<std::string> paths_;
 };
 
-class UsbBoard final : public Device {
+// An open board, answering the Windows driver's requests: facts at once, transfers by a UsbRequest.
+// The interface is claimed for the first data transfer; control transfers do not need it.
+class UsbBoard final : public OpenedDevice {
  public:
-  UsbBoard(std::shared_ptr<UsbLibrary> library, UsbHandle* handle, const Listed& listed)
+  UsbBoard(std::shared_ptr<UsbLibrary> library, libusb::Handle* handle, const Listed& listed)
       : library_(std::move(library)),
         handle_(handle),
-        address_(library_->getDeviceAddress(listed.device)),
-        highSpeed_(library_->getDeviceSpeed(listed.device) >= kUsbSpeedHigh) {
+        address_(library_->get_device_address(listed.device)),
+        highSpeed_(library_->get_device_speed(listed.device) >= libusb::kSpeedHigh) {
     std::snprintf(name_.data(), name_.size(), "USB device %04x:%04x at %s",
                   listed.descriptor.vendorId, listed.descriptor.productId, listed.path.c_str());
   }
@@ -103,7 +107,7 @@ class UsbBoard final : public Device {
   void ReadEndPoints();
 
   std::shared_ptr<UsbLibrary> library_;
-  UsbHandle* handle_;
+  libusb::Handle* handle_;
   const uint8_t address_;
   const bool highSpeed_;
   std::array<char, kNameSize> name_{};
@@ -114,12 +118,13 @@ class UsbBoard final : public Device {
 
 bool UsbBoard::Close() {
   if (handle_ == nullptr) return true;
-  if (claimed_) library_->releaseInterface(handle_, kInterface);
+  if (claimed_) library_->release_interface(handle_, kInterface);
   library_->close(handle_);
   handle_ = nullptr;
   return true;
 }
 
+// A whole answer or none.
 bool UsbBoard::Answer(const void* bytes, size_t size, void* out, uint32_t outSize,
                       uint32_t* returned) {
   if (out == nullptr || outSize < size) return false;
@@ -131,32 +136,32 @@ bool UsbBoard::Answer(const void* bytes, size_t size, void* out, uint32_t outSiz
 bool UsbBoard::Control(uint32_t code, const void* in, uint32_t inSize, void* out, uint32_t outSize,
                        uint32_t* bytesReturned) {
   constexpr uint32_t kZero = 0;
-  const uint32_t speed = highSpeed_ ? usb::kSpeedHigh : usb::kSpeedFull;
+  const uint32_t speed = highSpeed_ ? tcon_board::kSpeedHigh : tcon_board::kSpeedFull;
   *bytesReturned = 0;
   if (handle_ == nullptr) return false;
   switch (code) {
-    case usb::kGetDriverVersion:
-      return Answer(&usb::kDirectTransferVersion, sizeof usb::kDirectTransferVersion, out, outSize,
-                    bytesReturned);
-    case usb::kGetSecondVersion:
+    case tcon_board::kGetDriverVersion:
+      return Answer(&tcon_board::kDirectTransferVersion, sizeof tcon_board::kDirectTransferVersion,
+                    out, outSize, bytesReturned);
+    case tcon_board::kGetSecondVersion:
       return Answer(&kZero, sizeof kZero, out, outSize, bytesReturned);
-    case usb::kGetAlternateSetting:  // the one that every interface starts with; nothing here
-                                     // changes it
+    case tcon_board::kGetAlternateSetting:  // the one that every interface starts with; nothing
+                                            // here changes it
       return Answer(&kZero, 1, out, outSize, bytesReturned);
-    case usb::kGetAddress:
+    case tcon_board::kGetAddress:
       return Answer(&address_, sizeof address_, out, outSize, bytesReturned);
-    case usb::kGetDeviceName:
-    case usb::kGetFriendlyName:
+    case tcon_board::kGetDeviceName:
+    case tcon_board::kGetFriendlyName:
       return Answer(name_.data(), name_.size(), out, outSize, bytesReturned);
-    case usb::kGetSpeed:
+    case tcon_board::kGetSpeed:
       return Answer(&speed, sizeof speed, out, outSize, bytesReturned);
-    case usb::kResetPort:
-      return library_->resetDevice(handle_) == 0;
-    case usb::kAbortEndpoint:
+    case tcon_board::kResetPort:
+      return library_->reset_device(handle_) == 0;
+    case tcon_board::kAbortEndpoint:
       return Abort(in, inSize);
-    case usb::kControlTransfer:
-    case usb::kBufferedTransfer:
-    case usb::kDirectTransfer: {
+    case tcon_board::kControlTransfer:
+    case tcon_board::kBufferedTransfer:
+    case tcon_board::kDirectTransfer: {
       const auto request = Begin(code, in, inSize, out, outSize);
       request->Wait();
       return request->Result(bytesReturned);
@@ -166,6 +171,7 @@ bool UsbBoard::Control(uint32_t code, const void* in, uint32_t inSize, void* out
   }
 }
 
+// One byte, the endpoint. Cancels the request that was started last, when it is on that one.
 bool UsbBoard::Abort(const void* in, uint32_t inSize) {
   if (in == nullptr || inSize != 1) return false;
   const uint8_t endpoint = *static_cast<const uint8_t*>(in);
@@ -177,8 +183,9 @@ std::unique_ptr<PendingRequest> UsbBoard::Begin(uint32_t code, const void* in, u
                                                 void* out, uint32_t outSize) {
   // Results travel in the caller's record, which for direct transfers is the input.
   const UsbRecord record(const_cast<void*>(in), inSize);  // NOLINT(*-const-cast)
-  const bool direct = code == usb::kDirectTransfer;
-  const bool known = direct || code == usb::kControlTransfer || code == usb::kBufferedTransfer;
+  const bool direct = code == tcon_board::kDirectTransfer;
+  const bool known =
+      direct || code == tcon_board::kControlTransfer || code == tcon_board::kBufferedTransfer;
   const bool usable = known && handle_ != nullptr && record.valid() && (direct || out == in);
   std::span<uint8_t> data;
   if (usable) data = direct ? std::span(static_cast<uint8_t*>(out), outSize) : record.data();
@@ -186,7 +193,7 @@ std::unique_ptr<PendingRequest> UsbBoard::Begin(uint32_t code, const void* in, u
       library_, record, data, direct || !usable ? 0 : record.header().dataOffset, last_);
   if (!usable) {
     request->Fail();
-  } else if (code == usb::kControlTransfer) {
+  } else if (code == tcon_board::kControlTransfer) {
     request->StartControl(handle_);
   } else {
     StartData(*request, record.header().endpoint);
@@ -210,30 +217,31 @@ void UsbBoard::StartData(UsbRequest& request, uint8_t endpoint) {
 
 bool UsbBoard::Claim() {
   if (claimed_) return true;
-  library_->setAutoDetach(handle_, 1);
-  claimed_ = library_->claimInterface(handle_, kInterface) == 0;
+  library_->set_auto_detach_kernel_driver(handle_, 1);
+  claimed_ = library_->claim_interface(handle_, kInterface) == 0;
   return claimed_;
 }
 
 // libusb wants to know an endpoint's type, which the request does not say: the device does.
 void UsbBoard::ReadEndPoints() {
   constexpr uint16_t kMost = 1024;
-  usb::TransferHeader header;
+  tcon_board::TransferHeader header;
   header.requestType = 0x80;
   header.request = 6;      // GET_DESCRIPTOR
   header.value = 2U << 8;  // the first configuration
   header.length = kMost;
   header.timeOut = 5;
-  header.dataOffset = usb::kHeaderSize;
+  header.dataOffset = tcon_board::kHeaderSize;
   header.dataLength = kMost;
-  std::vector<uint8_t> record(usb::kHeaderSize + kMost);
+  std::vector<uint8_t> record(tcon_board::kHeaderSize + kMost);
   std::memcpy(record.data(), &header, sizeof header);
   uint32_t returned = 0;
   const auto size = static_cast<uint32_t>(record.size());
-  if (!Control(usb::kControlTransfer, record.data(), size, record.data(), size, &returned)) return;
+  if (!Control(tcon_board::kControlTransfer, record.data(), size, record.data(), size, &returned))
+    return;
   std::span<const uint8_t> rest(record.data(), std::min<size_t>(returned, record.size()));
-  if (rest.size() < usb::kHeaderSize) return;
-  rest = rest.subspan(usb::kHeaderSize);
+  if (rest.size() < tcon_board::kHeaderSize) return;
+  rest = rest.subspan(tcon_board::kHeaderSize);
   while (rest.size() >= 2 && rest[0] >= 2 && rest[0] <= rest.size()) {
     if (rest[1] == 5 && rest[0] >= 7) {
       const unsigned size16 = rest[4] | rest[5] << 8;
@@ -247,23 +255,23 @@ void UsbBoard::ReadEndPoints() {
 }  // namespace
 
 std::unique_ptr<DeviceInterfaceSet> PresentUsbDevices(const Guid& interfaceClass) {
-  if (interfaceClass != usb::kTconInterfaceClass) return nullptr;
+  if (interfaceClass != tcon_board::kTconInterfaceClass) return nullptr;
   const std::shared_ptr<UsbLibrary> library = UsbLibrary::Get();
   if (library == nullptr) return nullptr;
   return std::make_unique<UsbDeviceSet>(Boards(*library));
 }
 
-std::unique_ptr<Device> OpenUsbDevice(std::string_view path) {
+std::unique_ptr<OpenedDevice> OpenUsbDevice(std::string_view path) {
   const std::shared_ptr<UsbLibrary> library = UsbLibrary::Get();
   if (library == nullptr) return nullptr;
   const Boards boards(*library);
   for (const Listed& board : boards.all()) {
     if (board.path != path) continue;
-    UsbHandle* handle = nullptr;
+    libusb::Handle* handle = nullptr;
     if (library->open(board.device, &handle) != 0) return nullptr;
     return std::make_unique<UsbBoard>(library, handle, board);
   }
   return nullptr;
 }
 
-}  // namespace brisk::linux_system
+}  // namespace brisk::os

@@ -6,7 +6,7 @@
 #include "platform/device_control.h"
 #include "platform/device_interfaces.h"
 
-namespace brisk::linux_system {
+namespace brisk::os {
 
 // USB boards by way of libusb, for code that is written against the Windows driver of the
 // timing-controller board: a board (a device with vendor id 0x04B4) appears as a device of that
@@ -17,6 +17,6 @@ inline constexpr std::string_view kUsbPathPrefix = "usb:";
 // Null for another class, and without libusb.
 std::unique_ptr<DeviceInterfaceSet> PresentUsbDevices(const Guid& interfaceClass);
 // Null when the path names no present board or the user has no right to open it.
-std::unique_ptr<Device> OpenUsbDevice(std::string_view path);
+std::unique_ptr<OpenedDevice> OpenUsbDevice(std::string_view path);
 
-}  // namespace brisk::linux_system
+}  // namespace brisk::os

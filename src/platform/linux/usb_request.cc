@@ -4,13 +4,12 @@
 #include <chrono>
 #include <cstring>
 
-namespace brisk::linux_system {
+namespace brisk::os {
 namespace {
 
 using std::chrono::steady_clock;
 
 constexpr size_t kSetup = 8;
-constexpr unsigned char kIsochronous = 1;
 constexpr int kMostIsoPackets = 0x10000;
 
 // What the Windows driver would report.
@@ -21,14 +20,15 @@ struct Statuses {
 };
 constexpr uint32_t kUnsuccessful = 0xC0000001;
 constexpr Statuses kStatuses[] = {
-    {kUsbCompleted, 0, 0},
-    {kUsbStalled, kUnsuccessful, 0xC0000004},   // USBD_STATUS_STALL_PID
-    {kUsbTimedOut, 0xC00000B5, 0xC0006000},     // USBD_STATUS_TIMEOUT
-    {kUsbCancelled, 0xC0000120, 0xC0010000},    // USBD_STATUS_CANCELED
-    {kUsbOverflow, kUnsuccessful, 0xC0000008},  // USBD_STATUS_DATA_OVERRUN
-    {kUsbNoDevice, 0xC000009D, 0xC0007000},     // USBD_STATUS_DEVICE_GONE
+    {libusb::kCompleted, 0, 0},
+    {libusb::kStalled, kUnsuccessful, 0xC0000004},   // USBD_STATUS_STALL_PID
+    {libusb::kTimedOut, 0xC00000B5, 0xC0006000},     // USBD_STATUS_TIMEOUT
+    {libusb::kCancelled, 0xC0000120, 0xC0010000},    // USBD_STATUS_CANCELED
+    {libusb::kOverflow, kUnsuccessful, 0xC0000008},  // USBD_STATUS_DATA_OVERRUN
+    {libusb::kNoDevice, 0xC000009D, 0xC0007000},     // USBD_STATUS_DEVICE_GONE
 };
-constexpr Statuses kOtherError = {kUsbError, kUnsuccessful, 0xC0000011};  // USBD_STATUS_XACT_ERROR
+constexpr Statuses kOtherError = {libusb::kError, kUnsuccessful,
+                                  0xC0000011};  // USBD_STATUS_XACT_ERROR
 
 }  // namespace
 
@@ -39,7 +39,7 @@ UsbRecord::UsbRecord(void* bytes, uint32_t size)
 
 std::span<uint8_t> UsbRecord::data() const {
   const uint64_t end = uint64_t{header_.dataOffset} + header_.dataLength;
-  if (header_.dataOffset < usb::kHeaderSize || end > size_) return {};
+  if (header_.dataOffset < tcon_board::kHeaderSize || end > size_) return {};
   return {bytes_ + header_.dataOffset, header_.dataLength};
 }
 
@@ -66,16 +66,17 @@ UsbRequest::~UsbRequest() {
     Cancel();
     Wait();
   }
-  library_->freeTransfer(transfer_);
+  library_->free_transfer(transfer_);
 }
 
-void UsbRequest::Completed(UsbTransfer* transfer) {
+void UsbRequest::Completed(libusb::Transfer* transfer) {
   static_cast<UsbRequest*>(transfer->userData)->completed_ = 1;
 }
 
-bool UsbRequest::Allocate(UsbHandle* handle, size_t bytes, int isoPackets) {
+// The transfer works on a copy of the data, which stays valid when the caller gives up waiting.
+bool UsbRequest::Allocate(libusb::Handle* handle, size_t bytes, int isoPackets) {
   buffer_.resize(bytes);
-  transfer_ = library_->allocTransfer(isoPackets);
+  transfer_ = library_->alloc_transfer(isoPackets);
   if (transfer_ == nullptr) {
     Fail();
     return false;
@@ -93,26 +94,28 @@ bool UsbRequest::Allocate(UsbHandle* handle, size_t bytes, int isoPackets) {
 }
 
 void UsbRequest::Submit() {
-  if (library_->submitTransfer(transfer_) != 0) Fail();
+  if (library_->submit_transfer(transfer_) != 0) Fail();
 }
 
-void UsbRequest::StartControl(UsbHandle* handle) {
+// libusb takes setup packet and data stage in one buffer.
+void UsbRequest::StartControl(libusb::Handle* handle) {
   const auto setup = record_.setup();
   in_ = (record_.header().requestType & 0x80) != 0;
   if (data_.size() != record_.header().length) return Fail();
   if (!Allocate(handle, kSetup + data_.size(), 0)) return;
-  transfer_->type = 0;
+  transfer_->type = libusb::kControl;
   std::copy(setup.begin(), setup.end(), buffer_.begin());
   if (!in_) std::copy(data_.begin(), data_.end(), buffer_.begin() + kSetup);
   Submit();
 }
 
-void UsbRequest::StartData(UsbHandle* handle, uint8_t endpoint, uint8_t type, uint32_t packetSize) {
+void UsbRequest::StartData(libusb::Handle* handle, uint8_t endpoint, uint8_t type,
+                           uint32_t packetSize) {
   endpoint_ = endpoint;
   in_ = (endpoint & 0x80) != 0;
   int packets = 0;
-  if (type == kIsochronous) {
-    const size_t wanted = record_.header().packetLength / usb::kPacketInfoSize;
+  if (type == libusb::kIsochronous) {
+    const size_t wanted = record_.header().packetLength / tcon_board::kPacketInfoSize;
     if (wanted > kMostIsoPackets || wanted * packetSize < data_.size()) return Fail();
     packets = static_cast<int>(wanted);
   }
@@ -128,9 +131,11 @@ void UsbRequest::StartData(UsbHandle* handle, uint8_t endpoint, uint8_t type, ui
 }
 
 void UsbRequest::Cancel() {
-  if (transfer_ != nullptr && completed_ == 0) library_->cancelTransfer(transfer_);
+  if (transfer_ != nullptr && completed_ == 0) library_->cancel_transfer(transfer_);
 }
 
+// Handles libusb's events meanwhile, those of other requests included. In real time: the kernel
+// moves the bytes, whatever clock the library was given.
 bool UsbRequest::Wait(uint32_t milliseconds) {
   if (startError_ != kErrorIoPending) return true;
   const auto end = steady_clock::now() + std::chrono::milliseconds(milliseconds);
@@ -140,7 +145,7 @@ bool UsbRequest::Wait(uint32_t milliseconds) {
     if (left.count() <= 0) return false;
     timeval timeOut{static_cast<time_t>(left.count() / 1'000'000),
                     static_cast<suseconds_t>(left.count() % 1'000'000)};
-    library_->handleEvents(library_->context(), &timeOut, &completed_);
+    library_->handle_events_timeout_completed(library_->context(), &timeOut, &completed_);
   }
   return true;
 }
@@ -156,7 +161,7 @@ uint32_t UsbRequest::TakeIsoPackets() {
   size_t from = 0;
   size_t to = 0;
   for (int i = 0; i < transfer_->isoPackets; ++i) {
-    const UsbIsoPacket& packet = transfer_->iso[i];
+    const libusb::IsoPacket& packet = transfer_->iso[i];
     const size_t count = std::min(packet.actualLength, packet.length);
     if (in_)
       std::copy_n(buffer_.begin() + static_cast<ptrdiff_t>(from), count,
@@ -167,6 +172,7 @@ uint32_t UsbRequest::TakeIsoPackets() {
   return static_cast<uint32_t>(to);
 }
 
+// Once, when the transfer is over: into the caller's record and data.
 void UsbRequest::Collect() {
   collected_ = true;
   const auto* known =
@@ -174,14 +180,14 @@ void UsbRequest::Collect() {
                    [&](const Statuses& each) { return each.libusb == transfer_->status; });
   const Statuses& status = known != std::end(kStatuses) ? *known : kOtherError;
   record_.SetStatus(status.nt, status.usbd);
-  if (transfer_->type == kIsochronous) {
+  if (transfer_->type == libusb::kIsochronous) {
     moved_ = TakeIsoPackets();
     return;
   }
   const size_t actual =
       transfer_->actualLength < 0 ? 0 : static_cast<size_t>(transfer_->actualLength);
   moved_ = static_cast<uint32_t>(std::min(actual, data_.size()));
-  const size_t at = transfer_->type == 0 ? kSetup : 0;
+  const size_t at = transfer_->type == libusb::kControl ? kSetup : 0;
   if (in_) std::copy_n(buffer_.begin() + static_cast<ptrdiff_t>(at), moved_, data_.begin());
 }
 
@@ -190,7 +196,7 @@ bool UsbRequest::Result(uint32_t* bytesReturned) {
   if (startError_ != kErrorIoPending || completed_ == 0) return false;
   if (!collected_) Collect();
   *bytesReturned = offset_ + moved_;
-  return transfer_->status != kUsbCancelled && transfer_->status != kUsbNoDevice;
+  return transfer_->status != libusb::kCancelled && transfer_->status != libusb::kNoDevice;
 }
 
-}  // namespace brisk::linux_system
+}  // namespace brisk::os

@@ -9,15 +9,15 @@
 #include "platform/device_control.h"
 #include "platform/linux/usb_library.h"
 
-namespace brisk::linux_system {
+namespace brisk::os {
 
 // The record of a transfer request: the header, which packet records and data may follow.
 class UsbRecord {
  public:
   UsbRecord(void* bytes, uint32_t size);
 
-  bool valid() const { return bytes_ != nullptr && size_ >= usb::kHeaderSize; }
-  const usb::TransferHeader& header() const { return header_; }
+  bool valid() const { return bytes_ != nullptr && size_ >= tcon_board::kHeaderSize; }
+  const tcon_board::TransferHeader& header() const { return header_; }
   // The first eight bytes are those of a USB setup packet.
   std::span<const uint8_t, 8> setup() const { return std::span<const uint8_t, 8>(bytes_, 8); }
   // The data, in place; empty when the record has none or it would leave the record.
@@ -27,7 +27,7 @@ class UsbRecord {
  private:
   uint8_t* bytes_;
   uint32_t size_;
-  usb::TransferHeader header_;
+  tcon_board::TransferHeader header_;
 };
 
 // One libusb transfer on behalf of a device-control request. Everything that happens, its
@@ -45,9 +45,9 @@ class UsbRequest final : public PendingRequest {
   ~UsbRequest() override;
 
   // Starts it; the request has failed when libusb refuses.
-  void StartControl(UsbHandle* handle);
+  void StartControl(libusb::Handle* handle);
   // `type` and `packetSize` are the endpoint's.
-  void StartData(UsbHandle* handle, uint8_t endpoint, uint8_t type, uint32_t packetSize);
+  void StartData(libusb::Handle* handle, uint8_t endpoint, uint8_t type, uint32_t packetSize);
   void Fail() { startError_ = kErrorGeneralFailure; }
   void Cancel();
   uint8_t endpoint() const { return endpoint_; }
@@ -57,11 +57,9 @@ class UsbRequest final : public PendingRequest {
   void Wait() override;
   bool Result(uint32_t* bytesReturned) override;
 
-  static constexpr uint32_t kErrorGeneralFailure = 31;
-
  private:
-  static void Completed(UsbTransfer* transfer);
-  bool Allocate(UsbHandle* handle, size_t bytes, int isoPackets);
+  static void Completed(libusb::Transfer* transfer);
+  bool Allocate(libusb::Handle* handle, size_t bytes, int isoPackets);
   void Submit();
   void Collect();
   uint32_t TakeIsoPackets();
@@ -72,7 +70,7 @@ class UsbRequest final : public PendingRequest {
   const uint32_t offset_;
   const Last last_;
   std::vector<uint8_t> buffer_;
-  UsbTransfer* transfer_ = nullptr;
+  libusb::Transfer* transfer_ = nullptr;
   uint8_t endpoint_ = 0;
   bool in_ = false;
   uint32_t startError_ = kErrorIoPending;
@@ -81,4 +79,4 @@ class UsbRequest final : public PendingRequest {
   uint32_t moved_ = 0;
 };
 
-}  // namespace brisk::linux_system
+}  // namespace brisk::os

@@ -1,10 +1,13 @@
 #include <windows.h>
 
-#include "platform/win32/parts.h"
+#include "platform/common/never_destroyed.h"
+#include "platform/common/parts.h"
 
-namespace brisk::win32 {
+namespace brisk::os {
 namespace {
 
+// The performance counter is the finest that every Windows has; the tick count moves in steps of 10
+// to 16 ms. Sleep waits in those steps too.
 class WindowsClock final : public Clock {
  public:
   uint64_t TimeStampCounter() override { return __builtin_ia32_rdtsc(); }
@@ -19,6 +22,7 @@ class WindowsClock final : public Clock {
     return value.QuadPart;
   }
   uint32_t TickCount() override { return GetTickCount(); }
+  // In the system's own units and from its own epoch, 1 January 1601.
   int64_t LocalTime() override {
     FILETIME utc = {};
     FILETIME local = {};
@@ -32,9 +36,6 @@ class WindowsClock final : public Clock {
 
 }  // namespace
 
-Clock& SystemClock() {
-  static WindowsClock clock;
-  return clock;
-}
+Clock& TheClock() { return Permanent<WindowsClock>(); }
 
-}  // namespace brisk::win32
+}  // namespace brisk::os

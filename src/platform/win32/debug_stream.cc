@@ -1,8 +1,9 @@
 #include <windows.h>
 
-#include "platform/win32/parts.h"
+#include "platform/common/never_destroyed.h"
+#include "platform/common/parts.h"
 
-namespace brisk::win32 {
+namespace brisk::os {
 namespace {
 
 class DebuggerStream final : public DebugStream {
@@ -12,9 +13,6 @@ class DebuggerStream final : public DebugStream {
 
 }  // namespace
 
-DebugStream& DebuggerOutput() {
-  static DebuggerStream stream;
-  return stream;
-}
+DebugStream& TheDebugStream() { return Permanent<DebuggerStream>(); }
 
-}  // namespace brisk::win32
+}  // namespace brisk::os

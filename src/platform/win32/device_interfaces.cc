@@ -1,7 +1,8 @@
 #include "platform/device_interfaces.h"
 
+#include "platform/common/never_destroyed.h"
+#include "platform/common/parts.h"
 #include "platform/win32/module.h"
-#include "platform/win32/parts.h"
 
 // After windows.h.
 #include <cstring>
@@ -9,7 +10,7 @@
 #include <setupapi.h>
 #include <vector>
 
-namespace brisk::win32 {
+namespace brisk::os {
 namespace {
 
 // SP_DEVICE_INTERFACE_DETAIL_DATA is packed on 32-bit Windows only; its size is part of the call.
@@ -48,6 +49,8 @@ class SetupApi {
   HMODULE module_;
 };
 
+// A set as setupapi took it: a board that comes later is not in it, one that goes still is, and
+// fails to open.
 class PresentInterfaces final : public DeviceInterfaceSet {
  public:
   PresentInterfaces(std::unique_ptr<SetupApi> api, HDEVINFO set, const GUID& guid)
@@ -87,6 +90,7 @@ class PresentInterfaces final : public DeviceInterfaceSet {
   GUID guid_;
 };
 
+// User32 of the first Windows versions lacks both calls; there are no notices then.
 class Registration final : public DeviceNotification {
  public:
   explicit Registration(HDEVNOTIFY handle) : handle_(handle) {}
@@ -148,9 +152,6 @@ class SetupInterfaces final : public DeviceInterfaces {
 
 }  // namespace
 
-DeviceInterfaces& Interfaces() {
-  static SetupInterfaces interfaces;
-  return interfaces;
-}
+DeviceInterfaces& TheDeviceInterfaces() { return Permanent<SetupInterfaces>(); }
 
-}  // namespace brisk::win32
+}  // namespace brisk::os

@@ -1,12 +1,15 @@
+#include "platform/common/never_destroyed.h"
+#include "platform/common/parts.h"
 #include "platform/win32/module.h"
-#include "platform/win32/parts.h"
 
-namespace brisk::win32 {
+namespace brisk::os {
 namespace {
 
 // DeviceIoControl takes its input through a pointer to non-const.
 void* Input(const void* bytes) { return const_cast<void*>(bytes); }
 
+// A request on an overlapped handle: DeviceIoControl comes back with kErrorIoPending while the
+// driver works, and the event is signalled when it is done.
 class OverlappedRequest final : public PendingRequest {
  public:
   explicit OverlappedRequest(HANDLE device)
@@ -60,7 +63,8 @@ class OverlappedRequest final : public PendingRequest {
   bool pending_ = false;
 };
 
-class OpenDevice final : public Device {
+// A device file. Drivers that answer at once are opened without overlapping, boards with it.
+class OpenDevice final : public OpenedDevice {
  public:
   OpenDevice(HANDLE handle, bool overlapped) : handle_(handle), overlapped_(overlapped) {}
 
@@ -93,9 +97,10 @@ class OpenDevice final : public Device {
   bool overlapped_;
 };
 
+// A device is never created, and one that another program has open without sharing is refused.
 class WindowsDevices final : public Devices {
  public:
-  std::unique_ptr<Device> Open(const char* path, const DeviceOpenMode& mode) override {
+  std::unique_ptr<OpenedDevice> Open(const char* path, const DeviceOpenMode& mode) override {
     const DWORD access = GENERIC_READ | (mode.write ? GENERIC_WRITE : 0);
     const DWORD share =
         (mode.shareRead ? FILE_SHARE_READ : 0) | (mode.shareWrite ? FILE_SHARE_WRITE : 0);
@@ -110,9 +115,6 @@ class WindowsDevices final : public Devices {
 
 }  // namespace
 
-Devices& DeviceFiles() {
-  static WindowsDevices devices;
-  return devices;
-}
+Devices& TheDevices() { return Permanent<WindowsDevices>(); }
 
-}  // namespace brisk::win32
+}  // namespace brisk::os

@@ -1,9 +1,10 @@
 #include <windows.h>
 
+#include "platform/common/never_destroyed.h"
+#include "platform/common/parts.h"
 #include "platform/win32/module.h"
-#include "platform/win32/parts.h"
 
-namespace brisk::win32 {
+namespace brisk::os {
 namespace {
 
 class LoadedLibrary final : public DynamicLibrary {
@@ -47,9 +48,6 @@ class WindowsLibraries final : public Libraries {
 
 }  // namespace
 
-Libraries& VendorLibraries() {
-  static WindowsLibraries libraries;
-  return libraries;
-}
+Libraries& TheLibraries() { return Permanent<WindowsLibraries>(); }
 
-}  // namespace brisk::win32
+}  // namespace brisk::os

@@ -1,8 +1,9 @@
 #include <windows.h>
 
-#include "platform/win32/parts.h"
+#include "platform/common/never_destroyed.h"
+#include "platform/common/parts.h"
 
-namespace brisk::win32 {
+namespace brisk::os {
 namespace {
 
 class ThreadMessages final : public MessageQueue {
@@ -17,9 +18,6 @@ class ThreadMessages final : public MessageQueue {
 
 }  // namespace
 
-MessageQueue& Messages() {
-  static ThreadMessages messages;
-  return messages;
-}
+MessageQueue& TheMessageQueue() { return Permanent<ThreadMessages>(); }
 
-}  // namespace brisk::win32
+}  // namespace brisk::os

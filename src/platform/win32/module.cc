@@ -2,10 +2,12 @@
 
 extern "C" IMAGE_DOS_HEADER __ImageBase;  // set by the linker to the start of the module
 
-namespace brisk::win32 {
+namespace brisk::os {
 
 HMODULE OwnModule() { return reinterpret_cast<HMODULE>(&__ImageBase); }
 
+// The ANSI forms throughout: they exist from Windows 95 on, and a path beyond MAX_PATH would not
+// load a library anyway.
 std::string OwnFolder() {
   char path[MAX_PATH + 1] = {};
   if (GetModuleFileNameA(OwnModule(), path, MAX_PATH) == 0) return {};
@@ -28,4 +30,4 @@ std::string ErrorText(DWORD error) {
   return result;
 }
 
-}  // namespace brisk::win32
+}  // namespace brisk::os

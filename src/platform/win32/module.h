@@ -3,7 +3,7 @@
 #include <string>
 #include <windows.h>
 
-namespace brisk::win32 {
+namespace brisk::os {
 
 // The module this code is linked into: the library, or a program that holds its objects.
 HMODULE OwnModule();
@@ -42,4 +42,4 @@ Function BoundFunction(HMODULE module, const char* name) {
   return reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(module, name)));
 }
 
-}  // namespace brisk::win32
+}  // namespace brisk::os

@@ -1,7 +1,8 @@
+#include "platform/common/never_destroyed.h"
+#include "platform/common/parts.h"
 #include "platform/win32/module.h"
-#include "platform/win32/parts.h"
 
-namespace brisk::win32 {
+namespace brisk::os {
 namespace {
 
 class ModuleData final : public Resources {
@@ -19,9 +20,6 @@ class ModuleData final : public Resources {
 
 }  // namespace
 
-Resources& ModuleResources() {
-  static ModuleData resources;
-  return resources;
-}
+Resources& TheResources() { return Permanent<ModuleData>(); }
 
-}  // namespace brisk::win32
+}  // namespace brisk::os

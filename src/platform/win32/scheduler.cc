@@ -1,8 +1,9 @@
 #include <windows.h>
 
-#include "platform/win32/parts.h"
+#include "platform/common/never_destroyed.h"
+#include "platform/common/parts.h"
 
-namespace brisk::win32 {
+namespace brisk::os {
 namespace {
 
 class WindowsScheduler final : public Scheduler {
@@ -17,9 +18,6 @@ class WindowsScheduler final : public Scheduler {
 
 }  // namespace
 
-Scheduler& Priorities() {
-  static WindowsScheduler scheduler;
-  return scheduler;
-}
+Scheduler& TheScheduler() { return Permanent<WindowsScheduler>(); }
 
-}  // namespace brisk::win32
+}  // namespace brisk::os

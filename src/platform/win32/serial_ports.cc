@@ -1,11 +1,14 @@
+// COM ports through the Win32 communication calls: DCB and COMMTIMEOUTS set the line, overlapped
+// requests move the bytes.
 #include <algorithm>
 #include <list>
 #include <vector>
 
+#include "platform/common/never_destroyed.h"
+#include "platform/common/parts.h"
 #include "platform/win32/module.h"
-#include "platform/win32/parts.h"
 
-namespace brisk::win32 {
+namespace brisk::os {
 namespace {
 
 // A write under way: its record and bytes must stay where they are until the system is done.
@@ -29,6 +32,7 @@ class ComPort final : public SerialPort {
   ComPort& operator=(const ComPort&) = delete;
   ~ComPort() override { Close(); }
 
+  // Changes what it must and leaves flow control and special characters as the port had them.
   void Configure(uint32_t bitsPerSecond) override {
     bitsPerSecond_ = bitsPerSecond;
     DCB settings = {};
@@ -119,6 +123,7 @@ class ComPort final : public SerialPort {
   uint32_t bitsPerSecond_ = 9600;
 };
 
+// "COM10" and above are found only in the form with the prefix, the others in both.
 class WindowsSerialPorts final : public SerialPorts {
  public:
   std::unique_ptr<SerialPort> Open(unsigned number, std::string* whyNot) override {
@@ -133,9 +138,6 @@ class WindowsSerialPorts final : public SerialPorts {
 
 }  // namespace
 
-SerialPorts& ComPorts() {
-  static WindowsSerialPorts ports;
-  return ports;
-}
+SerialPorts& TheSerialPorts() { return Permanent<WindowsSerialPorts>(); }
 
-}  // namespace brisk::win32
+}  // namespace brisk::os

@@ -1,10 +1,12 @@
 #include <windows.h>
 
-#include "platform/win32/parts.h"
+#include "platform/common/never_destroyed.h"
+#include "platform/common/parts.h"
 
-namespace brisk::win32 {
+namespace brisk::os {
 namespace {
 
+// Handles of the service manager are closed by a call of their own.
 class ScHandle {
  public:
   explicit ScHandle(SC_HANDLE handle) : handle_(handle) {}
@@ -19,8 +21,11 @@ class ScHandle {
   SC_HANDLE handle_;
 };
 
+// A call's error code, taken at once: the next call overwrites it.
 uint32_t Outcome(BOOL done) { return done != 0 ? 0 : GetLastError(); }
 
+// Full access wherever one is opened: without the right to it the driver could be neither installed
+// nor removed, and the failure is the same.
 class OpenedService final : public Service {
  public:
   explicit OpenedService(SC_HANDLE handle) : handle_(handle) {}
@@ -65,9 +70,6 @@ class ServiceControlManager final : public Services {
 
 }  // namespace
 
-Services& ServiceControl() {
-  static ServiceControlManager services;
-  return services;
-}
+Services& TheServices() { return Permanent<ServiceControlManager>(); }
 
-}  // namespace brisk::win32
+}  // namespace brisk::os

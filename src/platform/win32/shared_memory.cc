@@ -1,6 +1,7 @@
-#include "platform/win32/parts.h"
+#include "platform/common/never_destroyed.h"
+#include "platform/common/parts.h"
 
-namespace brisk::win32 {
+namespace brisk::os {
 namespace {
 
 // The loader maps this section once for all processes that load the module; the `shared` attribute
@@ -15,9 +16,6 @@ class PeSection final : public SharedMemory {
 
 }  // namespace
 
-SharedMemory& Shared() {
-  static PeSection memory;
-  return memory;
-}
+SharedMemory& TheSharedMemory() { return Permanent<PeSection>(); }
 
-}  // namespace brisk::win32
+}  // namespace brisk::os

@@ -1,7 +1,8 @@
+#include "platform/common/never_destroyed.h"
+#include "platform/common/parts.h"
 #include "platform/win32/module.h"
-#include "platform/win32/parts.h"
 
-namespace brisk::win32 {
+namespace brisk::os {
 namespace {
 
 class WindowsSystem final : public System {
@@ -17,9 +18,6 @@ class WindowsSystem final : public System {
 
 }  // namespace
 
-System& Os() {
-  static WindowsSystem system;
-  return system;
-}
+System& TheSystem() { return Permanent<WindowsSystem>(); }
 
-}  // namespace brisk::win32
+}  // namespace brisk::os

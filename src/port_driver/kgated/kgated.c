@@ -5,28 +5,22 @@
 
 #include <ddk/ntddk.h>
 
+#include "contracts/port_driver.h"
+
 /* In the kernel's import library but in no header. The first copies the map into the processor's
  * task state, the second chooses whether the process uses it. */
 NTSYSAPI VOID NTAPI Ke386SetIoAccessMap(ULONG map, PVOID bits);
 NTSYSAPI VOID NTAPI Ke386IoSetAccessProcess(PEPROCESS process, ULONG map);
 
 enum {
-  kVersion = 0x1000C,
-  kBaseAcknowledged = 0x19,
-  kDefaultBase = 0x378,
   kMapBytes = 65536 / 8, /* a bit a port; 0 allows it */
   kMapWords = kMapBytes / sizeof(ULONG),
-  kSwitchOff = 1,
   kNoMap = 0,
-  kOurMap = 1,
-  kDeviceType = 0x9C40
+  kOurMap = 1
 };
 
-/* CTL_CODE(kDeviceType, function, METHOD_BUFFERED, FILE_ANY_ACCESS), as a constant expression. */
-#define KGATED_CODE(function) (0x9C400000UL | (function) << 2)
-
-static const WCHAR kDeviceName[] = L"\\Device\\kgated";
-static const WCHAR kLinkName[] = L"\\DosDevices\\kgated";
+static const WCHAR kDeviceName[] = KGATED_KERNEL_DEVICE;
+static const WCHAR kLinkName[] = KGATED_KERNEL_LINK;
 
 typedef struct {
   USHORT portBase;
@@ -48,7 +42,7 @@ static PUCHAR Port(ULONG number) { return (PUCHAR)(ULONG_PTR)number; }
 static NTSTATUS Version(Request* request) {
   request->reported = sizeof(ULONG);
   if (request->out < sizeof(ULONG)) return STATUS_BUFFER_TOO_SMALL;
-  request->words[0] = kVersion;
+  request->words[0] = kDriverVersion;
   return STATUS_SUCCESS;
 }
 
@@ -108,15 +102,15 @@ static NTSTATUS ReadStatus(Request* request) {
 
 static NTSTATUS Answer(ULONG code, Request* request) {
   switch (code) {
-    case KGATED_CODE(0x920):
+    case KGATED_CODE(kVersionFunction):
       return Version(request);
-    case KGATED_CODE(0x923):
+    case KGATED_CODE(kDirectAccessFunction):
       return DirectIo(request);
-    case KGATED_CODE(0x925):
+    case KGATED_CODE(kPortBaseFunction):
       return PortBase(request);
-    case KGATED_CODE(0x939):
+    case KGATED_CODE(kWriteDataFunction):
       return WriteData(request);
-    case KGATED_CODE(0x93A):
+    case KGATED_CODE(kReadStatusFunction):
       return ReadStatus(request);
     default:
       return STATUS_UNSUCCESSFUL;
