@@ -78,13 +78,19 @@ auto LoggedThenDispatched(Line line, Group<Family> group, Operation operation) {
   });
 }
 
-// The same with a debug line after the call, which may look at the result. `call` takes the
+// The same with a debug line after the call; the line may look at the result. `call` takes the
 // selection.
 template <typename Call, typename Line>
 auto CalledThenLogged(Call call, Line line) {
   return Locked([&](Instance& instance) {
     const auto result = call(instance.SelectedDevice());
-    if (instance.debugging()) line(instance.log(), result);
+    if (instance.debugging()) {
+      if constexpr (std::is_invocable_v<Line, CDebug&, decltype(result)>) {
+        line(instance.log(), result);
+      } else {
+        line(instance.log());
+      }
+    }
     return result;
   });
 }
@@ -92,14 +98,7 @@ auto CalledThenLogged(Call call, Line line) {
 template <typename Family, typename Operation, typename Line>
 auto DispatchedThenLogged(Group<Family> group, Operation operation, Line line) {
   return CalledThenLogged(
-      [&](const Selected& selected) { return CallOn(selected, group, operation); },
-      [&](CDebug& log, auto result) {
-        if constexpr (std::is_invocable_v<Line, CDebug&, decltype(result)>) {
-          line(log, result);
-        } else {
-          line(log);
-        }
-      });
+      [&](const Selected& selected) { return CallOn(selected, group, operation); }, line);
 }
 
 // The numbers of the contract. Transactions: 1 = done, 0 = not. The string commands, pictures and

@@ -226,7 +226,7 @@ BRISK_API uint32_t BRISK_CALL I2c_ReadString(char* result, const char* command) 
           return read.ok() ? read.value() : kFrameFailed;
         });
       },
-      [&](CDebug& log, uint32_t) {
+      [&](CDebug& log) {
         log.Print(0, "I2c_ReadString :  0x%08x, %s\n", Address(result), Shown(command));
       });
 }

@@ -12,6 +12,8 @@ struct Group {
   Family* Device::*family;
   Cell DeviceType::*cell;
 };
+template <typename Family>
+Group(Family* Device::*, Cell DeviceType::*) -> Group<Family>;
 
 namespace groups {
 inline constexpr Group kDisplay{&Device::display, &DeviceType::picture};
