@@ -33,6 +33,7 @@ class Plugged {
   ~Plugged() {
     const std::lock_guard lock(TheList().mutex);
     std::erase_if(TheList().devices, [this](const auto& entry) { return entry.first == this; });
+    TheList().devices.shrink_to_fit();  // an unloaded stand-in library leaves no memory behind
   }
 
   // Null when there is none.
