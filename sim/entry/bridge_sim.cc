@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <exception>
 #include <fcntl.h>
 #include <memory>
 #include <poll.h>
@@ -172,4 +173,11 @@ int Main(int count, char** given) {
 }  // namespace
 }  // namespace brisk::sim
 
-int main(int count, char** arguments) { return brisk::sim::Main(count, arguments); }
+int main(int count, char** arguments) {
+  try {
+    return brisk::sim::Main(count, arguments);
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "brisk_bridge_sim: %s\n", error.what());
+    return 1;
+  }
+}

@@ -10,7 +10,6 @@
 using brisk::Cause;
 using brisk::CDebug;
 using brisk::DeviceType;
-using brisk::Dispatched;
 using brisk::DispatchedThenLogged;
 using brisk::LoggedThenDispatched;
 using brisk::OneWhenDone;
