@@ -25,7 +25,7 @@ enum Ability : unsigned {
 enum class Probe {
   kAddress,     // an empty write transaction
   kRegister,    // reading register 0: an empty write never leaves the PC
-  kFtdiFamily,  // the back end samples no acknowledge, the I2C_ functions do
+  kFtdiFamily,  // the device samples no acknowledge, the I2C_ functions do
   kNone,        // the hardware does not report acknowledges
 };
 
