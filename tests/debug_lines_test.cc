@@ -75,6 +75,11 @@ TEST_F(DebugLines, EveryLineOfTheTable) {
   ClearDebugText();
   I2c_ReadString(text, "F4-70-F5-");
   EXPECT_EQ(DebugText(), line);
+  // Of bytes that do not count, nothing.
+  const uint8_t byte = 0x5A;
+  ClearDebugText();
+  I2cWriteData(0xF4, &byte, 0, &byte, 0);
+  EXPECT_NE(DebugText().find("cmd=0x00000000, cmdlen=0, data=0x00000000"), std::string::npos);
 }
 
 // The flash's lines do not wait to be enabled.

@@ -13,6 +13,9 @@
 #include "sim/config/bench.h"
 #include "support/files.h"
 #include "support/windows_services.h"
+#ifndef _WIN32
+#include "support/child_process.h"
+#endif
 
 namespace brisk {
 namespace {
@@ -300,6 +303,17 @@ TEST_F(DriverTest, FailedOpenOfAnotherProcessLeavesTheCountAlone) {
   EXPECT_FALSE(ServiceExists());
 }
 
+#ifndef _WIN32
+TEST_F(DriverTest, AForkedChildIsNobodyElse) {
+  driver.Attach();
+  EXPECT_EQ(Child([&] {
+              driver.Detach();
+              return static_cast<int>(shared().dwRefCount);
+            }).Wait(),
+            1);
+}
+#endif
+
 TEST_F(DriverTest, NothingIsConfiguredWithoutADevice) {
   EXPECT_EQ(driver.Drv_Configure(), Driver::BaseResult::kRequestFailed);
 }
@@ -347,6 +361,7 @@ TEST_F(DriverTest, PortExportsOfThe9xFamily) {
   Lpt_Input(&value);
   EXPECT_EQ(value, 0);
   DetachLibrary();
+  EXPECT_EQ(shared().dwRefCount, 0u);
 }
 
 }  // namespace

@@ -135,7 +135,7 @@ TEST_F(FtdiBoards, WhatGoesAtOnceTakesAlongWhatWaits) {
                 {{0x6F, 0x01}, false},       {{0xF5, 0x01}, false},
                 {{0x10, 0xE1, 0x08}, true},  {{0x10, 0xE1, 0x10, 0x99}, true},
                 {{0x10, 0xE1, 0x09}, false}, {{0x10, 0xE1}, false},
-                {{0x10, 0xE0, 0x08}, false}};
+                {{0x10, 0xE0, 0x08}, false}, {ByteVector{0x6E} + RandomBytes(255), true}};
   for (const auto& [bytes, atOnce] : kCases) {
     Select("ft2232c", 1);
     const Held held;
@@ -156,6 +156,9 @@ TEST_F(FtdiBoards, WhatGoesAtOnceTakesAlongWhatWaits) {
   EXPECT_EQ(sent[0], Transaction({0x20, 1}) + Transaction({0x22, 2}));
   EXPECT_EQ(sent[1].size(), 133u * 3 + 256 * 7);
   EXPECT_EQ(sent[1] + sent[2], Transaction(longWrite));
+  EXPECT_EQ(Write({0x20, 1}), 1u);
+  bench().SetFault("d2xx-fails:FT_Write@1");
+  EXPECT_EQ(Write(longWrite), 0u);  // what waited is lost, and nobody else tells
 }
 
 TEST_F(FtdiBoards, NothingDeferredIsLost) {
@@ -265,6 +268,10 @@ TEST_F(FtdiBoards, ReadsOfTwoBoardsAreCombined) {
   EXPECT_EQ(Read({0xF4, 0x20}, &data), 0u);
   EXPECT_EQ(data, (ByteVector{0x12, 0x34, 0x00, 0x01, 0x00}));
   EXPECT_EQ(Write({0xF4, 0x20, 0x01}), 0u);
+  Select("ft2232c+ft2232c-2", 2);
+  host().Unplug(kFullSpeed);
+  EXPECT_EQ(Read({0xF4, 0x20}, &data), 1u);
+  EXPECT_EQ(data, ByteVector(5, 0x00));
 }
 
 TEST_F(FtdiBoards, RatesAndPins) {
@@ -364,6 +371,8 @@ TEST_F(FtdiBoards, TwoFlashesAtOnce) {
     const auto begin = board->flash()->memory().begin() + 0x200;
     EXPECT_EQ(ByteVector(begin, begin + 300), image);
   }
+  host().Unplug(kSecond);
+  EXPECT_EQ(SPIReadID(), 0xEF4015u);
 }
 
 // Two adapters of a process know of each other what D2XX tells them.

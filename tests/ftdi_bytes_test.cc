@@ -303,6 +303,17 @@ TEST_F(FtdiBytes, OnTheWiresAtEverySpeedAndMode) {
   }
 }
 
+TEST_F(FtdiBytes, AnAnswerWaitsForTheLatencyTimer) {
+  sim::FtdiInterface& chip = *host().Find(kFullSpeed);
+  const uint8_t command = 0x83;
+  chip.SetBitMode(2);
+  chip.Write(&command, 1);
+  bench().clock().Advance(15 * kMs);
+  EXPECT_EQ(chip.Waiting(), 0u);
+  bench().clock().Advance(kMs);
+  EXPECT_EQ(chip.Waiting(), 1u);
+}
+
 // The engine's queue: pieces of 4096, and what becomes of short writes.
 TEST_F(FtdiBytes, FlushLengths) {
   const uint32_t handle = Ready(OpenFullSpeed());

@@ -82,6 +82,7 @@ const Row kTransactions[] = {
     {kChannels, "I2cLib_W2Bytes 0 F4 41 99", "1", "S F4+ 41+ 99+ P"},
     {kChannels & ~kText, "I2cLib_W1ByteR1Byte 0 F4 41 1", "1 99", "S F4+ 41+ Sr F5+ 99- P"},
     {kText, "I2cLib_W1ByteR1Byte 0 F4 41 1", "1 99", "S F4+ 41+ Sr F5+ 99+ 03- P"},
+    {kChannels, "I2cLib_Write 0 F8F4 0566 -", "1", "S F4+ 05+ 66+ P"},
     // 0xF2A5 is the 10-bit address 0x1A5 in two-byte form. Both bytes go out whoever acknowledges.
     {kChannels, "I2cLib_Write 0 F3A5 0566 -", "1", "S F2+ A5+ 05+ 66+ P"},
     {kChannels & ~kText, "I2cLib_W1ByteR1Byte 0 F2A5 5 1", "1 66",

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <sstream>
 #include <string>
@@ -206,7 +207,7 @@ const struct {
     {"four components", kBad, "C0+5=4"},
     {"no components", kBad, "C0+5=0"},
     {"255 components", kBad, "C0+5=FF"},
-    {"YIQ", kBad, "C0+9=4 C0+12=5"},
+    {"YIQ", kBad, "C0+9=4 C0+12=5 DA+3=4 DA+5=5"},
     {"4:1:1", kBad, "C0+7=41"},
     {"4:4:0", kBad, "C0+7=12"},
     {"chroma larger", kBad, "C0+10=22"},
@@ -283,6 +284,10 @@ TEST(JpegDecoder, FilesAndStopRequests) {
   DecodeJpeg(TestPictureServices(), request);
   ASSERT_EQ(request.status, kOk);
   EXPECT_TRUE(Pixels(request) == Pixels(Decode(file)));
+
+  std::filesystem::resize_file(request.path, kMaxJpegFileSize / 2 + 1);
+  DecodeJpeg(TestPictureServices(), request);
+  EXPECT_EQ(request.status, kOk);
 
   sim::bench().messageQueue().Post();
   DecodeJpeg(TestPictureServices(), request);

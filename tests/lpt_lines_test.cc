@@ -126,6 +126,11 @@ TEST_F(LptLines, SingleBits) {
   }
 }
 
+// Low bit first: data, then the rising clock.
+TEST_F(LptLines, DebugBits) {
+  Check({}, {"C1_TxDebug 3 4", "", "800 800 820 800 800 820 800 810 830"});
+}
+
 std::string SpiBits(uint32_t value, int count, bool lowAtTheEnd) {
   std::string text;
   for (int bit = count - 1; bit >= 0; --bit) {

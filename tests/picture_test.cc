@@ -177,6 +177,12 @@ const Operation kOperations[] = {
      "Sddi_Bitblt_Copy A 14 1E 28 10 5",
      5,
      {{22, 2015}, {12, 0x82A}, {22, 0x200000 + 1005}, {12, 0x82A}, {12, 0x658}}},
+    // Addresses have 21 bits; the top one says source.
+    {0xFFFF,
+     100,
+     "Sddi_Bitblt_Copy 7 64 7 64 10 5",
+     5,
+     {{22, 0x11FFD1}, {12, 0x7F7}, {22, 0x31FFD1}, {12, 0x7F7}, {12, 0x658}}},
 };
 
 TEST_P(Pictures, WordsOfOperations) {

@@ -52,6 +52,7 @@ constexpr Setting kClocks[] = {
     {1999999, 65535, {1, 0, 89}},
     {333333, 14318180, kUntouched},
     {4000000000U, 1, kUntouched},
+    {UINT32_MAX, 1, {3, 0, 1}},  // 4 x 1 / 5 is 0: the difference wraps to 1
 };
 
 TEST_F(Pll, ClockSettings) {

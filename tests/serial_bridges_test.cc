@@ -281,9 +281,10 @@ TEST_F(BridgesOnTheBench, LateAnswersAreDropped) {
       const uint8_t values[] = {i, static_cast<uint8_t>(0xA0 + i), static_cast<uint8_t>(0x50 - i)};
       uint8_t back = 0;
       ASSERT_EQ(bench().SetFault("line-delay:60@1"), "");
+      ASSERT_EQ(bench().SetFault("line-junk:3000@1"), "");
       I2cReadData(0xF4, registers, 1, &back, 1);
       bench().ClearFaults();
-      bench().clock().Advance(uint64_t{100} * 1000000);
+      bench().clock().Advance(400 * kMs);
       for (int k = 0; k < 3; ++k) {
         SCOPED_TRACE(int{i} * 10 + k);
         ASSERT_EQ(I2cWriteData(0xF4, &registers[k], 1, &values[k], 1), 1u);

@@ -100,6 +100,7 @@ TEST_F(SimFlash, CommandCutInAByteDoesNothing) {
   for (const uint8_t byte : {0x02, 0, 0, 0, 0}) spi_->Exchange(byte);
   spi_->Set(false, true, false);  // a ninth clock
   spi_->Deselect();
+  bench_->clock().Advance(10'000'000);  // while it is busy everything reads as FF
   EXPECT_EQ(Run("03000000?1"), "FF");
   for (int i = 0; i < 16; ++i) spi_->Set(true, i % 2 == 0, true);  // nobody is selected
   EXPECT_EQ(Run("9F?1"), "EF");
@@ -265,6 +266,7 @@ const struct {
   const char* seen;
 } kMessages[] = {
     {"the controller starts with the frame", "frame=800x480", "S F470 P S F5 ?4 P", "+++2003E001"},
+    {"and the second plane behind it", "frame=800x480", "S F46C P S F5 ?1 P", "+++18"},
     {"its registers wrap", "", "S F4FE112233 P S F4FE S F5 ?3 P S F400 S F5 ?1 P",
      "++++++++112233+++33"},
     {"foreign addresses", "", "S 00 P S F2 P S F6 P S A2 P S 74 P", "-----"},

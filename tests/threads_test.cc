@@ -22,6 +22,47 @@ namespace {
 
 class Threads : public BenchTest {};
 
+class StoppedClock final : public Clock {
+ public:
+  uint64_t TimeStampCounter() override { return 0; }
+  int64_t PerformanceFrequency() override { return 1; }
+  int64_t PerformanceCounter() override { return 0; }
+  uint32_t TickCount() override { return 0; }
+  int64_t LocalTime() override { return now; }
+  void Sleep(uint32_t /*milliseconds*/) override { std::this_thread::yield(); }
+  std::atomic<int64_t> now{0};  // in 100 ns
+};
+
+// By a clock that waiting does not move.
+TEST_F(Threads, DeferredWritesGoAtTheTenthOrAfterTenMilliseconds) {
+  StoppedClock clock;
+  CDebug log(platform().debugStream);
+  ftdi::D2xx d2xx(platform().libraries, log);
+  ftdi::MpsseLine line(d2xx, clock);
+  const auto lock = platform().threads.NewLock();
+  ftdi::DeferredWrites deferred(*lock, platform().threads, line);
+  // Writes, lets time pass, and sees within so many real milliseconds whether all has gone.
+  const auto gone = [&](int writes, int64_t time, int patience) {
+    {
+      const std::lock_guard held(*lock);
+      auto& lane = deferred.LaneOf(1);
+      for (int i = 0; i < writes; ++i) static_cast<void>(deferred.Add(lane));
+    }
+    clock.now += time;
+    for (; patience > 0; --patience) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+      const std::lock_guard held(*lock);
+      if (deferred.LaneOf(1).pending == 0) return true;
+    }
+    return false;
+  };
+  EXPECT_FALSE(gone(9, 100'000, 30));
+  EXPECT_TRUE(gone(0, 1, 5000));
+  EXPECT_TRUE(gone(10, 0, 5000));
+  clock.now += 1'000'000;  // nothing may be left
+  deferred.Finish();
+}
+
 // Transactions interleave bit by bit unless each is one unit: every thread then reads back bytes of
 // the others, or misses acknowledges.
 TEST_F(Threads, TransactionsStayWhole) {

@@ -47,6 +47,14 @@ class U2cBoard : public BenchTest {
   TemporaryFolder folder;
 };
 
+TEST_F(U2cBoard, ARecordHasItsLimits) {
+  u2c::Transaction record{};
+  record.slaveAddress = 0x7A;
+  record.bufferLength = 257;
+  EXPECT_NE(static_cast<sim::U2cDevice*>(bench().adapter("u2c"))->Write(record), u2c::kDone);
+  EXPECT_EQ(monitor.Take(), "");
+}
+
 TEST_F(U2cBoard, ClockRates) {
   uint64_t faster = 0;
   for (const auto& [asked, expected] : {std::pair(400u, 400u), {90u, 83u}, {1u, 2u}}) {

@@ -86,6 +86,10 @@ TEST_F(UsbDevice, OpeningReadsTheDevice) {
   driver.descriptors[0x0300] = {6, 3, 0x07, 0x04, 0x09, 0x04};
   driver.descriptors[0x0301] = {6, 3, 'A', 0, 'b', 0};
   driver.descriptors[0x0302] = {2, 3};
+  Bytes& config = driver.descriptors[0x0200];
+  config[2] += 7;
+  config[13] = 5;
+  for (const uint8_t each : {7, 5, 0x84, 2, 0, 2, 0}) config.push_back(each);  // bulk in again
   const std::vector<std::pair<uint32_t, Bytes>> facts = {
       {0x220010, {9}},          {0x22003C, {'N', 'a', 'm', 'e'}}, {0x220040, {'F', 'r'}},
       {0x220000, {0, 5, 5, 1}}, {0x220004, {4, 3, 2, 1}},         {0x22004C, {2, 0, 0, 0}},
@@ -119,6 +123,7 @@ TEST_F(UsbDevice, OpeningReadsTheDevice) {
   ASSERT_NE(device.endPoints.isochronousIn, nullptr);
   EXPECT_EQ(device.endPoints.isochronousIn->maxPacketSize, 3072u);
   EXPECT_EQ(device.endPoints.bulkOut->mode, TransferMode::kDirect);
+  EXPECT_EQ(device.endPoints.bulkIn->address, 0x86);  // the first of two
   EXPECT_EQ(device.endPoints.interruptOut, nullptr);
   EXPECT_EQ(device.control()->maxPacketSize, 64u);
   EXPECT_EQ(device.config(0)->interfaces()[0]->endPoint(0), device.control());

@@ -177,5 +177,23 @@ TEST_F(ShippedLibrary, ATransferWithoutAnswerIsCancelled) {
   EXPECT_EQ(length, 0u);
 }
 
+TEST_F(ShippedLibrary, AnAbortConcernsOneEndpoint) {
+  ASSERT_EQ(BriskSetDevice(4), 1);
+  const UsbBoard found;
+  const auto device = platform().devices.Open(found.path.c_str(), {});
+  const auto abort = [&](uint8_t endpoint) {
+    uint32_t returned = 0;
+    EXPECT_TRUE(device->Control(tcon_board::kAbortEndpoint, &endpoint, 1, nullptr, 0, &returned));
+  };
+  tcon_board::TransferHeader header{.endpoint = found.endPoints.bulkIn->address};
+  Bytes in(10);
+  const auto request =
+      device->Begin(tcon_board::kDirectTransfer, &header, sizeof header, in.data(), 10);
+  abort(found.endPoints.interruptIn->address);
+  EXPECT_FALSE(request->Wait(20));
+  abort(header.endpoint);
+  EXPECT_TRUE(request->Wait(20));
+}
+
 }  // namespace
 }  // namespace brisk

@@ -297,6 +297,7 @@ TEST_P(FirmwareImages, ArriveInRam) {
   EXPECT_EQ(BriskSetDevice(4), 1);
   EXPECT_EQ(Ram(0, 0x2000), ReadFile("low.bin"));
   EXPECT_TRUE(board().FirmwareRuns());
+  EXPECT_EQ(DebugText().find("left out"), std::string::npos);
 
   // The CPU is held, the chunks follow, the CPU runs.
   const auto loads = Loads(0xA0);
