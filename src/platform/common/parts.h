@@ -19,8 +19,8 @@ Devices& TheDevices();
 DeviceInterfaces& TheDeviceInterfaces();
 Resources& TheResources();
 MessageQueue& TheMessageQueue();
+// The simulated bench has these three in common with the system that it runs on.
 System& TheSystem();
-// The simulated bench has these two in common with the system that it runs on.
 Files& TheFiles();
 Threads& TheThreads();
 
