@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstring>
 #include <ctime>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <memory>
 #include <sched.h>
@@ -19,12 +20,6 @@
 namespace brisk::os {
 namespace {
 
-TEST(LibrariesTest, NamesTheMissingFile) {
-  std::string why;
-  EXPECT_EQ(platform().libraries.Load("NoSuchVendor", &why), nullptr);
-  EXPECT_NE(why.find("libNoSuchVendor.so"), std::string::npos) << why;
-}
-
 // The file lies in our own folder and is no library: the reason must name it, not the system's
 // folders, where it is not.
 TEST(LibrariesTest, LooksInItsOwnFolderFirstAndNeverInTheCurrentOne) {
@@ -32,10 +27,7 @@ TEST(LibrariesTest, LooksInItsOwnFolderFirstAndNeverInTheCurrentOne) {
   ASSERT_GT(readlink("/proc/self/exe", self.data(), self.size() - 1), 0);
   const std::string own = std::string(self.data()).substr(0, std::string(self.data()).rfind('/'));
   const std::string file = own + "/libBroken.so";
-  std::FILE* out = std::fopen(file.c_str(), "w");
-  ASSERT_NE(out, nullptr);
-  std::fputs("not a library", out);
-  std::fclose(out);
+  std::ofstream(file) << "not a library";
   std::array<char, 4096> before{};
   ASSERT_NE(getcwd(before.data(), before.size()), nullptr);
   std::string why;
@@ -47,7 +39,7 @@ TEST(LibrariesTest, LooksInItsOwnFolderFirstAndNeverInTheCurrentOne) {
   ASSERT_EQ(rename(file.c_str(), (elsewhere + "/libBroken.so").c_str()), 0);
   ASSERT_EQ(chdir(elsewhere.c_str()), 0);
   EXPECT_EQ(platform().libraries.Load("Broken", &why), nullptr);
-  EXPECT_NE(why.find("No such file"), std::string::npos) << why;
+  EXPECT_EQ(why.rfind("libBroken.so: cannot open", 0), 0U) << why;
   ASSERT_EQ(chdir(before.data()), 0);
   std::remove((elsewhere + "/libBroken.so").c_str());
   rmdir(elsewhere.c_str());
@@ -198,15 +190,13 @@ TEST_F(PortDriverTest, Requests) {
   EXPECT_EQ(ports_.written[0], std::make_pair(uint16_t{0x378}, uint8_t{0x5A}));
 }
 
-TEST_F(PortDriverTest, RefusalFailsTheRequestAndSaysWhy) {
+TEST_F(PortDriverTest, RefusalFailsTheRequestAndClosingGivesThePermissionBack) {
   permission_->refuse = true;
   EXPECT_FALSE(Send(kSwitch, {0}, 4, 4));
   EXPECT_NE(lines_.all.find("Operation not permitted"), std::string::npos) << lines_.all;
   EXPECT_FALSE(Send(kWrite, {0x55}, 1, 1));
   EXPECT_TRUE(ports_.written.empty());
-}
-
-TEST_F(PortDriverTest, ClosingGivesThePermissionBack) {
+  permission_->refuse = false;
   EXPECT_TRUE(Send(kSwitch, {0}, 4, 4));
   EXPECT_EQ(Allowed(), kPorts);
   device_.reset();
@@ -257,22 +247,16 @@ TEST(ClockTest, LocalTimeCountsFrom1601InTheUsersZone) {
 TEST(SchedulerTest, RestoresWhatItFound) {
   Child child([] {
     Scheduler& scheduler = platform().scheduler;
-    if (nice(3) != 3) return 1;
+    const int found = nice(3);
     const uint32_t priorityClass = scheduler.PriorityClass();
     const int level = scheduler.ThreadPriority();
     scheduler.SetPriorityClass(0x100);
     scheduler.SetThreadPriority(15);
     scheduler.SetThreadPriority(level);
     scheduler.SetPriorityClass(priorityClass);
-    return nice(0) == 3 && sched_getscheduler(0) == SCHED_OTHER ? 0 : 2;
+    return nice(0) == found && sched_getscheduler(0) == SCHED_OTHER ? 0 : 1;
   });
   EXPECT_EQ(child.Wait(), 0);
-}
-
-TEST(PlatformTest, SectionIsOnePlace) {
-  SharedSection& section = platform().sharedMemory.Section();
-  EXPECT_EQ(&section, &platform().sharedMemory.Section());
-  EXPECT_EQ(section.wLptBase, 0x378);
 }
 
 }  // namespace
