@@ -3,6 +3,7 @@
 #include <cstring>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -34,27 +35,26 @@ const std::vector<uint8_t> kImage = {'M', 'Z', 1, 2, 3, 0, 26, 13, 10, 255};
 void* const kNoHandle = reinterpret_cast<void*>(intptr_t{-1});
 
 class DriverTest : public testing::Test {
- protected:
+ public:
   DriverTest() {
     EXPECT_EQ(replaced, "");
     driverRequestBuffer.fill(0);
     windows = std::make_unique<WindowsServices>(bench());
     bench().resources().Add("ICD_SYS", kImage);
-    UseSystemDirectory(folder.File("system"));
+    bench().system().SetSystemDirectory(directory);
+#ifdef _WIN32
+    std::filesystem::create_directories(directory + "\\Drivers");
+#endif
   }
 
   static sim::Bench& bench() { return sim::bench(); }
   static SharedSection& shared() { return platform().sharedMemory.Section(); }
 
-  void UseSystemDirectory(const std::string& path) {
-    directory = path;
-    bench().system().SetSystemDirectory(path);
-#ifdef _WIN32
-    if (path == folder.File("system")) std::filesystem::create_directories(path + "\\Drivers");
-#endif
+  void LoseSystemDirectory() {
+    directory = folder.File("missing") + "/system";
+    bench().system().SetSystemDirectory(directory);
   }
   std::string DriverFile() const { return directory + "\\Drivers\\kgated.sys"; }
-  void RunService() { windows->services()["kgated"] = {DriverFile(), true, true}; }
   bool ServiceRuns() const {
     const auto found = windows->services().find("kgated");
     return found != windows->services().end() && found->second.running;
@@ -62,52 +62,33 @@ class DriverTest : public testing::Test {
   bool ServiceExists() const { return windows->services().count("kgated") != 0; }
 
   TemporaryFolder folder;
-  std::string directory;
+  std::string directory = folder.File("system");
   std::unique_ptr<WindowsServices> windows;
   const std::string replaced = sim::ReplaceBench("");  // before the driver holds on to it
   CDebug log{platform().debugStream};
   Driver driver{platform(), log};
 };
 
-TEST_F(DriverTest, FirstLoadInstallsAndStartsTheService) {
+TEST_F(DriverTest, LoadInstallsTheServiceAndUnloadRemovesIt) {
   driver.Attach();
   EXPECT_EQ(ReadFile(DriverFile()), kImage);
-  ASSERT_TRUE(ServiceExists());
+  EXPECT_TRUE(ServiceRuns());
   EXPECT_TRUE(windows->services()["kgated"].demandStart);
   EXPECT_EQ(windows->services()["kgated"].imagePath, DriverFile());
-  EXPECT_TRUE(ServiceRuns());
   EXPECT_EQ(shared().dwDriverStatus, 0u);
   EXPECT_EQ(shared().dwRefCount, 1u);
   EXPECT_EQ(shared().dwIsNT, 1u);
   EXPECT_EQ(shared().wLptBase, 0x378);
   EXPECT_EQ(windows->directAccess(), 1u);
+  driver.Detach();
   EXPECT_EQ(windows->requests(), (std::vector<Request>{{kVersionCode, 4, 4, 0},
                                                        {kDirectCode, 4, 4, 0},
                                                        {kVersionCode, 4, 4, 0},
-                                                       {kBaseCode, 8, 8, 0x78}}));
-  EXPECT_EQ(bench().debugStream().Lines(), Lines{});
-}
-
-TEST_F(DriverTest, LastUnloadRemovesTheServiceAndLeavesTheFile) {
-  driver.Attach();
-  driver.Detach();
+                                                       {kBaseCode, 8, 8, 0x78},
+                                                       {kDirectCode, 1, 1, 1}}));
   EXPECT_EQ(bench().debugStream().Lines(), Lines{kLastUser});
-  EXPECT_EQ(windows->requests().back(), (Request{kDirectCode, 1, 1, 1}));
   EXPECT_EQ(windows->directAccess(), 0u);
-  EXPECT_EQ(windows->openHandles(), 0u);
-  EXPECT_FALSE(ServiceExists());
-  EXPECT_EQ(shared().dwDriverStatus, 1u);
-  EXPECT_EQ(shared().dwRefCount, 0u);
   EXPECT_EQ(ReadFile(DriverFile()), kImage);
-}
-
-TEST_F(DriverTest, LoadWhileTheDeviceExistsInstallsNothing) {
-  RunService();
-  windows->administrator = false;  // any use of the service manager would fail
-  driver.Attach();
-  EXPECT_TRUE(driver.IsOpen());
-  EXPECT_EQ(shared().dwDriverStatus, 0u);
-  EXPECT_EQ(shared().dwRefCount, 1u);
 }
 
 // Whoever goes first: the other one must switch off and close what it opened itself.
@@ -115,7 +96,10 @@ TEST_F(DriverTest, TwoProcessesAreCountedInAndOut) {
   for (const bool firstGoesFirst : {false, true}) {
     Driver second(platform(), log);
     driver.Attach();
+    windows->administrator = false;  // the second needs no service manager
     second.Attach();
+    windows->administrator = true;
+    EXPECT_EQ(shared().dwDriverStatus, 0u);
     EXPECT_EQ(shared().dwRefCount, 2u);
     EXPECT_EQ(windows->openHandles(), 2u);
     (firstGoesFirst ? driver : second).Detach();
@@ -129,13 +113,6 @@ TEST_F(DriverTest, TwoProcessesAreCountedInAndOut) {
     EXPECT_EQ(shared().dwDriverStatus, 1u);
     bench().debugStream().Clear();
   }
-}
-
-TEST_F(DriverTest, StaleRegistrationIsReplaced) {
-  windows->services()["kgated"] = {"C:\\elsewhere\\old.sys", false, false};
-  EXPECT_EQ(driver.Drv_Open(), Driver::OpenResult::kDone);
-  EXPECT_EQ(windows->services()["kgated"].imagePath, DriverFile());
-  EXPECT_TRUE(windows->services()["kgated"].demandStart);
 }
 
 TEST_F(DriverTest, ServiceThatCannotBeRemovedIsRemovedByTheNextLastUser) {
@@ -152,8 +129,10 @@ TEST_F(DriverTest, ServiceThatCannotBeRemovedIsRemovedByTheNextLastUser) {
 }
 
 TEST_F(DriverTest, ServiceSteps) {
+  EXPECT_EQ(driver.Drv_Configure(), Driver::BaseResult::kRequestFailed);  // no device
   EXPECT_EQ(driver.Drv_Extract(), Driver::FileResult::kPresent);
   EXPECT_EQ(driver.Drv_Remove("other"), Driver::ServiceResult::kCannotOpen);  // none is there
+  windows->services()["other"] = {"C:\\elsewhere\\stale.sys", true, false};
   EXPECT_EQ(driver.Drv_Install("other", "kgated.sys", false), Driver::ServiceResult::kDone);
   EXPECT_FALSE(windows->services()["other"].demandStart);
   EXPECT_EQ(windows->services()["other"].imagePath, DriverFile());
@@ -166,14 +145,15 @@ TEST_F(DriverTest, ServiceSteps) {
 
 // ---- The driver file ----
 
+constexpr const char* kUnwritable = "unwritable";
+constexpr const char* kDiskFull = "disk-full:4";
+
 struct ExtractCase {
   const char* name;
   bool nt;
-  std::vector<uint8_t> present;  // file content before
-  bool create;                   // whether there is a file before
-  const char* fault;
+  std::optional<std::vector<uint8_t>> before;  // the file
   bool carried;
-  bool writable;
+  const char* fault;
   uint32_t result;
   std::vector<uint8_t> after;
 };
@@ -184,11 +164,11 @@ TEST_P(DriverFileTest, Extract) {
   const ExtractCase& test = GetParam();
   bench().system().SetNt(test.nt);
   if (!test.carried) bench().resources().Add("ICD_SYS", {});
-  if (!test.writable) UseSystemDirectory(folder.File("missing") + "/system");
+  if (test.fault == kUnwritable) LoseSystemDirectory();
   const std::string path = test.nt ? DriverFile() : directory + "\\kgated.vxd";
-  if (test.create) WriteFile(path, test.present);
-  if (*test.fault != 0) {
-    ASSERT_EQ(bench().SetFault(test.fault), "");
+  if (test.before) WriteFile(path, *test.before);
+  if (test.fault == kDiskFull) {
+    ASSERT_EQ(bench().SetFault(kDiskFull), "");
   }
   EXPECT_EQ(static_cast<uint32_t>(driver.Drv_Extract()), test.result);
   bench().ClearFaults();
@@ -198,49 +178,34 @@ TEST_P(DriverFileTest, Extract) {
 
 const std::vector<uint8_t> kOther = {9, 8, 7};
 const ExtractCase kExtractCases[] = {
-    {"Missing", true, {}, false, "", true, true, 0, kImage},
-    {"Present", true, kOther, true, "", true, true, 0, kOther},
-    {"Empty", true, {}, true, "", true, true, 0, kImage},
-    {"PresentAndNothingCarried", true, kOther, true, "", false, true, 0, kOther},
-    {"NothingCarried", true, {}, false, "", false, true, 3, {}},
-    {"No9xImage", false, {}, false, "", true, true, 3, {}},
-    {"Unwritable", true, {}, false, "", true, false, 4, {}},
-    {"DiskFull", true, {}, false, "disk-full:4", true, true, 4, {}},
+    {"Missing", true, {}, true, nullptr, 0, kImage},
+    {"PresentAndNothingCarried", true, kOther, false, nullptr, 0, kOther},
+    {"Empty", true, std::vector<uint8_t>{}, true, nullptr, 0, kImage},
+    {"NothingCarried", true, {}, false, nullptr, 3, {}},
+    {"No9xImage", false, {}, true, nullptr, 3, {}},
+    {"Unwritable", true, {}, true, kUnwritable, 4, {}},
+    {"DiskFull", true, {}, true, kDiskFull, 4, {}},
 };
 INSTANTIATE_TEST_SUITE_P(Files, DriverFileTest, testing::ValuesIn(kExtractCases),
                          [](const auto& row) { return std::string(row.param.name); });
 
 // ---- What may fail ----
 
-enum class Broken { kRights, kService, kFolder, kDevice, kVersion, kDirect, kBase, kAcknowledge };
-
 struct FailureCase {
   const char* name;
-  Broken broken;
+  void (*breakIt)(DriverTest& test);
   bool opens;
   uint32_t status;  // dwDriverStatus after the open
   bool registered;  // whether the service exists after the release
   Lines lines;
 };
 
-class DriverFailureTest : public DriverTest, public testing::WithParamInterface<FailureCase> {
- protected:
-  void Break(Broken what) {
-    if (what == Broken::kRights) windows->administrator = false;
-    if (what == Broken::kService) windows->mayOpenService = false;
-    if (what == Broken::kFolder) UseSystemDirectory(folder.File("missing") + "/system");
-    if (what == Broken::kDevice) windows->deviceMissing = true;
-    if (what == Broken::kVersion) windows->refusedCodes = {kVersionCode};
-    if (what == Broken::kDirect) windows->refusedCodes = {kDirectCode};
-    if (what == Broken::kBase) windows->refusedCodes = {kBaseCode};
-    if (what == Broken::kAcknowledge) windows->acknowledgement = 0x18;
-  }
-};
+class DriverFailureTest : public DriverTest, public testing::WithParamInterface<FailureCase> {};
 
 // Open, release and a second release, as a load that fails and the unload after it do.
 TEST_P(DriverFailureTest, CountStaysBalanced) {
   const FailureCase& test = GetParam();
-  Break(test.broken);
+  test.breakIt(*this);
   const uint64_t start = bench().clock().Now();
   driver.Attach();
   EXPECT_LT(bench().clock().Now() - start, 50'000'000u);  // ns
@@ -270,20 +235,22 @@ Lines SaidAtLast(const std::string& line) {
 }
 
 const FailureCase kFailureCases[] = {
-    {"NoRights", Broken::kRights, false, 1, false, CannotBeOpened("file 0, service 1")},
-    {"ServiceCannotBeOpened", Broken::kService, false, 2, true,
-     CannotBeOpened("file 0, service 2")},
-    {"UnwritableSystemDirectory", Broken::kFolder, false, 1, true,
-     CannotBeOpened("file 4, service 1")},
-    {"NoDeviceAppears", Broken::kDevice, false, 0, true, CannotBeOpened("file 0, service 0")},
-    {"VersionRefused", Broken::kVersion, false, 1, false,
-     SaidAtLast("port-access driver refused the version request")},
-    {"DirectAccessRefused", Broken::kDirect, false, 1, false,
-     SaidAtLast("port-access driver refused direct port access")},
-    {"BaseRefused", Broken::kBase, true, 0, false,
-     Said("driver did not take the port base, result 2")},
-    {"WrongAcknowledgement", Broken::kAcknowledge, true, 0, false,
-     Said("driver did not take the port base, result 4")},
+    {"NoRights", [](DriverTest& test) { test.windows->administrator = false; }, false, 1, false,
+     CannotBeOpened("file 0, service 1")},
+    {"ServiceCannotBeOpened", [](DriverTest& test) { test.windows->mayOpenService = false; }, false,
+     2, true, CannotBeOpened("file 0, service 2")},
+    {"UnwritableSystemDirectory", [](DriverTest& test) { test.LoseSystemDirectory(); }, false, 1,
+     true, CannotBeOpened("file 4, service 1")},
+    {"NoDeviceAppears", [](DriverTest& test) { test.windows->deviceMissing = true; }, false, 0,
+     true, CannotBeOpened("file 0, service 0")},
+    {"VersionRefused", [](DriverTest& test) { test.windows->refusedCodes = {kVersionCode}; }, false,
+     1, false, SaidAtLast("port-access driver refused the version request")},
+    {"DirectAccessRefused", [](DriverTest& test) { test.windows->refusedCodes = {kDirectCode}; },
+     false, 1, false, SaidAtLast("port-access driver refused direct port access")},
+    {"BaseRefused", [](DriverTest& test) { test.windows->refusedCodes = {kBaseCode}; }, true, 0,
+     false, Said("driver did not take the port base, result 2")},
+    {"WrongAcknowledgement", [](DriverTest& test) { test.windows->acknowledgement = 0x18; }, true,
+     0, false, Said("driver did not take the port base, result 4")},
 };
 INSTANTIATE_TEST_SUITE_P(Failures, DriverFailureTest, testing::ValuesIn(kFailureCases),
                          [](const auto& row) { return std::string(row.param.name); });
@@ -314,35 +281,21 @@ TEST_F(DriverTest, AForkedChildIsNobodyElse) {
 }
 #endif
 
-TEST_F(DriverTest, NothingIsConfiguredWithoutADevice) {
-  EXPECT_EQ(driver.Drv_Configure(), Driver::BaseResult::kRequestFailed);
-}
-
 // ---- The 9x family ----
-
-TEST_F(DriverTest, Vxd) {
-  bench().system().SetNt(false);
-  WriteFile(directory + "\\kgated.vxd", kOther);
-  windows->administrator = false;
-  driver.Attach();
-  EXPECT_TRUE(driver.IsOpen());
-  EXPECT_EQ(shared().dwIsNT, 0u);
-  EXPECT_EQ(shared().dwDriverStatus, 1u);
-  EXPECT_EQ(
-      windows->requests(),
-      (std::vector<Request>{{1, 4, 4, 0}, {0x10, 4, 4, 0}, {1, 4, 4, 0}, {0x20, 8, 8, 0x78}}));
-  driver.Detach();
-  EXPECT_EQ(windows->requests().back(), (Request{0x10, 1, 1, 1}));
-  EXPECT_EQ(bench().debugStream().Lines(), Lines{kLastUser});
-}
 
 // The exports on the 9x family: one request each and no port instruction, the requests' byte and
 // the image of the lines kept per device type.
 TEST_F(DriverTest, PortExportsOfThe9xFamily) {
   bench().system().SetNt(false);
   WriteFile(directory + "\\kgated.vxd", kOther);
+  windows->administrator = false;  // there is no service
   DetachLibrary();
   AttachLibrary();
+  EXPECT_EQ(shared().dwIsNT, 0u);
+  EXPECT_EQ(shared().dwDriverStatus, 1u);
+  EXPECT_EQ(
+      windows->requests(),
+      (std::vector<Request>{{1, 4, 4, 0}, {0x10, 4, 4, 0}, {1, 4, 4, 0}, {0x20, 8, 8, 0x78}}));
   BriskSetDevice(0);
   const uint64_t writes = bench().ports().writes();
   EXPECT_EQ(Lpt_Output(0xA4), 0u);
@@ -361,6 +314,7 @@ TEST_F(DriverTest, PortExportsOfThe9xFamily) {
   Lpt_Input(&value);
   EXPECT_EQ(value, 0);
   DetachLibrary();
+  EXPECT_EQ(windows->requests().back(), (Request{0x10, 1, 1, 1}));
   EXPECT_EQ(shared().dwRefCount, 0u);
 }
 

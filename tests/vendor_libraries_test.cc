@@ -12,17 +12,6 @@
 
 namespace {
 
-TEST(VendorLibraries, FtdiBoard) {
-  ASSERT_EQ(BriskSetDevice(BRISK_DEVICE_FTDI), 1);
-  const uint8_t address = 0x20;
-  const std::vector<uint8_t> sent = {0x12, 0xFF, 0x80, 0x01};
-  std::vector<uint8_t> received(sent.size());
-  EXPECT_EQ(I2cWriteData(0xF4, &address, 1, sent.data(), 4), 1u);
-  EXPECT_EQ(I2cReadData(0xF4, &address, 1, received.data(), 4), 1u);
-  EXPECT_EQ(received, sent);
-  EXPECT_EQ(SPIReadID(), 0xEF4016u);
-}
-
 TEST(VendorLibraries, FtdiFamily) {
   char name[64];
   uint32_t location = 0;
@@ -63,17 +52,12 @@ void RegistersAndFlash() {
   EXPECT_EQ(value & 0xFF, 0xFFu);
 }
 
-TEST(VendorLibraries, U2c) {
-  ASSERT_EQ(BriskSetDevice(BRISK_DEVICE_U2C), 1);
-  RegistersAndFlash();
-  EXPECT_EQ(I2cLib_W2Bytes(0, 0xF4, 0x30, 0x77), 1);
-  EXPECT_EQ(I2c_ReadStringEx("F4-30-F5-"), 0x77);
-  EXPECT_EQ(I2cWriteByte(0x44, 0, 0), 0u);  // nobody has this address
-}
-
-TEST(VendorLibraries, DebugBoard) {
-  ASSERT_EQ(BriskSetDevice(BRISK_DEVICE_DEBUG_BOARD), 1);
-  RegistersAndFlash();
+TEST(VendorLibraries, RegistersAndFlashOfEveryAdapter) {
+  for (const auto type : {BRISK_DEVICE_FTDI, BRISK_DEVICE_U2C, BRISK_DEVICE_DEBUG_BOARD}) {
+    SCOPED_TRACE(int{type});
+    ASSERT_EQ(BriskSetDevice(type), 1);
+    RegistersAndFlash();
+  }
   uint8_t value = 0;
   EXPECT_EQ(GetPortVal(49, &value), 1u);
   EXPECT_EQ(value, 0xFE);  // written at load
