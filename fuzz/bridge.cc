@@ -5,7 +5,6 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <utility>
 
 #include "brisk/brisk.h"
 #include "brisk/brisk_serial.h"
@@ -83,17 +82,16 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const bool text = (input.Byte() & 1) != 0;
   BriskSetDevice(text ? 7 : 3);
   // Half of the time the handshake is answered properly, so that operations run connected.
+  const auto answers = line.onWrite;
   if ((input.Byte() & 1) != 0) {
-    const auto answers = std::exchange(line.onWrite, [&](std::string_view written) {
+    line.onWrite = [&](std::string_view written) {
       if (written == "TalvoCli\n") line.Reply("CLI_ACK");
       if (written == "uart_2_i2c\n") line.Reply("UI2C_ACK");
       if (written == "MagicCli\n") line.Reply("CLIMagic\n");
-    });
-    text ? uart_mag_connect(kPort, 115200) : uart_connect(kPort, 115200);
-    line.onWrite = answers;
-  } else {
-    text ? uart_mag_connect(kPort, 115200) : uart_connect(kPort, 115200);
+    };
   }
+  text ? uart_mag_connect(kPort, 115200) : uart_connect(kPort, 115200);
+  line.onWrite = answers;
   while (!input.Empty()) {
     const uint64_t start = bench.clock().Now();
     Operate(input);
