@@ -89,9 +89,7 @@ TEST(JpegDecoder, EveryPixelOfEveryShape) {
     for (const auto& [width, height] :
          {std::pair{1, 1}, {8, 8}, {16, 16}, {17, 9}, {33, 40}, {100, 51}, {131, 17}}) {
       for (const auto& [spread, density] : {std::pair{0, 0}, {3, 4}, {40, 20}, {1000, 64}}) {
-        JpegModel model;
-        model.width = width;
-        model.height = height;
+        JpegModel model(width, height);
         Shape(model, shape.words);
         model.Fill(++seed, spread, density);
         const DecodeRequest request = Decode(EncodeModel(model));
@@ -102,32 +100,16 @@ TEST(JpegDecoder, EveryPixelOfEveryShape) {
         ASSERT_EQ(request.imageHeight, static_cast<uint32_t>(height)) << what;
         ASSERT_EQ(request.header.width, model.OutputWidth()) << what;
         ASSERT_EQ(request.header.height, model.OutputHeight()) << what;
+        ASSERT_EQ(request.header.headerSize, 40U);
+        ASSERT_EQ(request.header.planes, 1);
+        ASSERT_EQ(request.header.bitsPerPixel, 24);
+        ASSERT_EQ(request.header.compression, 0U);
         ASSERT_EQ(request.stride, static_cast<uint32_t>(3 * model.OutputWidth() + 3) / 4 * 4);
         digest = Digest(Pixels(request), digest);
       }
     }
     EXPECT_EQ(digest, shape.digest) << shape.words;
   }
-}
-
-TEST(JpegDecoder, OutputIsRoundedUpAndBlackBelow) {
-  JpegModel model;
-  model.width = 17;
-  model.height = 9;
-  model.SetSampling(2, 2);
-  model.Fill(1, 10, 10);
-  const DecodeRequest request = Decode(EncodeModel(model));
-  ASSERT_EQ(request.status, JpegStatus::kDecoded);
-  EXPECT_EQ(request.header.headerSize, 40U);
-  EXPECT_EQ(request.header.width, 32);
-  EXPECT_EQ(request.header.height, 16);
-  EXPECT_EQ(request.header.planes, 1);
-  EXPECT_EQ(request.header.bitsPerPixel, 24);
-  EXPECT_EQ(request.header.compression, 0U);
-  const Bytes pixels = Pixels(request);
-  EXPECT_TRUE(
-      std::any_of(pixels.begin() + 8 * 96, pixels.begin() + 9 * 96, [](int b) { return b; }));
-  EXPECT_TRUE(std::all_of(pixels.begin() + 9 * 96, pixels.end(), [](int b) { return b == 0; }));
 }
 
 // A good file to spoil, by words: C0+5=01 sets a byte of a segment, counted behind its length; C0-2
@@ -137,9 +119,7 @@ TEST(JpegDecoder, OutputIsRoundedUpAndBlackBelow) {
 class Patient {
  public:
   Patient() {
-    JpegModel model;
-    model.width = 20;
-    model.height = 20;
+    JpegModel model(20, 20);
     model.Fill(5, 5, 10);
     bytes = EncodeModel(model);
   }
@@ -183,97 +163,51 @@ class Patient {
 constexpr JpegStatus kOk = JpegStatus::kDecoded;
 constexpr JpegStatus kBad = JpegStatus::kUnsupported;
 
+// Alternatives with the same cause; the limit on the size is inclusive.
 const struct {
-  const char* name;
+  const char* cause;
   JpegStatus status;
   const char* words;
 } kSpoiled[] = {
-    {"untouched", kOk, ""},
-    {"empty", JpegStatus::kUnreadable, "$99999"},
-    {"one byte", JpegStatus::kUnreadable, "<D8+1"},
-    {"no start", JpegStatus::kUnreadable, "D8-3=D9"},
-    {"start only", kBad, "<D8+2"},
-    {"ends before the scan", kBad, "<DA"},
-    {"ends in the scan header", kBad, "<DA+8"},
-    {"end of image before the scan", kBad, "C0:FFD9"},
-    {"no end of image", kOk, "$2"},
+    {"none", kOk, " | $2 | C0+1=04 C0+2=0 C0+3=FF C0+4=FF"},
+    {"what is passed over", kOk,
+     "!E0 | @2:FFE10004FFD9FFFE0003C0 | @2:FFCC000300 | @2:FFD3 | @2:010203FF00FF"},
+    {"no start", JpegStatus::kUnreadable, "$99999 | <D8+1 | D8-3=D9"},
+    {"no scan", kBad, "<D8+2 | <DA | <DA+8 | C0:FFD9"},
     {"another marker at the end", JpegStatus::kNoEnd, "D9-3=DA"},
+    {"another process", kBad,
+     "C0-3=C2 | C0-3=C3 | C0-3=C5 | C0-3=C6 | C0-3=C7 | C0-3=C9 | C0-3=CA | C0-3=CB | C0-3=CD | "
+     "C0-3=CE | C0-3=CF"},
     {"precision 12", kBad, "C0+0=0C"},
-    {"width 0", kBad, "C0+3=0 C0+4=0"},
-    {"height 0 for good", kBad, "C0+1=0 C0+2=0"},
-    {"larger than the limit", kBad, "C0+1=FF C0+2=FF C0+3=FF C0+4=FF"},
+    {"no width or height", kBad, "C0+3=0 C0+4=0 | C0+1=0 C0+2=0"},
+    {"too large", kBad, "C0+1=FF C0+2=FF C0+3=FF C0+4=FF | C0+1=20 C0+2=01 C0+3=20 C0+4=0"},
     {"greyscale", JpegStatus::kGreyscale, "C0+5=1"},
-    {"two components", kBad, "C0+5=2"},
-    {"four components", kBad, "C0+5=4"},
-    {"no components", kBad, "C0+5=0"},
-    {"255 components", kBad, "C0+5=FF"},
+    {"number of components", kBad, "C0+5=2 | C0+5=4 | C0+5=0 | C0+5=FF"},
     {"YIQ", kBad, "C0+9=4 C0+12=5 DA+3=4 DA+5=5"},
-    {"4:1:1", kBad, "C0+7=41"},
-    {"4:4:0", kBad, "C0+7=12"},
-    {"chroma larger", kBad, "C0+10=22"},
-    {"chroma of two kinds", kBad, "C0+7=22 C0+10=21"},
-    {"all 2x2", kBad, "C0+7=22 C0+10=22 C0+13=22"},
-    {"sampling 0", kBad, "C0+7=01"},
-    {"sampling 0 everywhere", kBad, "C0+7=0 C0+10=0 C0+13=0"},
-    {"quantisation table 4", kBad, "C0+8=4"},
-    {"quantisation table missing", kBad, "C0+8=3"},
-    {"quantisation table defined as 4", kBad, "DB+0=4"},
-    {"quantisation table cut", kBad, "DB+0=10"},
-    {"Huffman table 4", kBad, "C4+0=4"},
-    {"Huffman table missing", kBad, "DA+2=10"},
-    {"Huffman table number 4 in the scan", kBad, "DA+2=04"},
-    {"Huffman codes overflow", kBad, "C4+1=3"},
-    {"Huffman symbols missing", kBad, "C4+16=FF"},
-    {"DC size of 16", kBad, "C4+17=10"},
-    {"no tables at all", kBad, "!C4"},
-    {"no frame", kBad, "!C0"},
-    {"scan of one component", kBad, "DA+0=1"},
-    {"scan of a stranger", kBad, "DA+1=9"},
-    {"scan of one component twice", kBad, "DA+3=1"},
-    {"segment length 1", kBad, "DB-1=1"},
-    {"frame header cut by its length", kBad, "C0-1=C"},
-    {"not JFIF", kBad, "E0+3=58"},
-    {"JFIF without its zero", kBad, "E0+4=2E"},
-    {"JFIF 2", kBad, "E0+5=2"},
-    {"JFIF cut", kBad, "@2:FFE000064A464946"},
-    {"no application segment", kOk, "!E0"},
-    {"Exif and a comment", kOk, "@2:FFE10004FFD9FFFE0003C0"},
-    {"arithmetic conditioning", kOk, "@2:FFCC000300"},
-    {"stray restart marker", kOk, "@2:FFD3"},
-    {"restart interval cut", kBad, "@2:FFDD000300"},
-    {"rubbish between segments", kOk, "@2:010203FF00FF"},
+    {"sampling", kBad,
+     "C0+7=41 | C0+7=12 | C0+10=22 | C0+7=22 C0+10=21 | C0+7=22 C0+10=22 C0+13=22 | C0+7=01 | "
+     "C0+7=0 C0+10=0 C0+13=0"},
+    {"quantisation table", kBad, "C0+8=4 | C0+8=3 | DB+0=4 | DB+0=10"},
+    {"Huffman table", kBad, "C4+0=4 | DA+2=10 | DA+2=04 | C4+1=3 | C4+16=FF | C4+17=10 | !C4"},
+    {"scan without its components", kBad, "!C0 | DA+0=1 | DA+1=9 | DA+3=1"},
+    {"length of a segment", kBad, "DB-1=1 | C0-1=C | @2:FFDD000300"},
+    {"not JFIF 1", kBad, "E0+3=58 | E0+4=2E | E0+5=2 | @2:FFE000064A464946"},
 };
 
 TEST(JpegDecoder, EveryRejection) {
-  for (const auto& [name, status, words] : kSpoiled) {
-    Patient patient;
-    patient.Spoil(words);
-    EXPECT_EQ(Decode(patient.bytes).status, status) << name;
+  for (const auto& [cause, status, words] : kSpoiled) {
+    std::istringstream alternatives(words);
+    for (std::string spoiled; std::getline(alternatives, spoiled, '|');) {
+      Patient patient;
+      patient.Spoil(spoiled);
+      EXPECT_EQ(Decode(patient.bytes).status, status) << cause << ": " << spoiled;
+    }
   }
-}
-
-TEST(JpegDecoder, OtherProcessesAreRejected) {
-  for (const int marker : {0xC2, 0xC3, 0xC5, 0xC6, 0xC7, 0xC9, 0xCA, 0xCB, 0xCD, 0xCE, 0xCF}) {
-    Patient patient;
-    patient.bytes[patient.Find(0xC0) + 1] = static_cast<uint8_t>(marker);
-    EXPECT_EQ(Decode(patient.bytes).status, kBad) << std::hex << marker;
-  }
-}
-
-TEST(JpegDecoder, LimitIsInclusive) {
-  Patient patient;
-  patient.Spoil("C0+1=20 C0+2=01 C0+3=20 C0+4=0");  // 8192 x 8193
-  EXPECT_EQ(Decode(patient.bytes).status, kBad);
-  // 65536 x 1024: damaged, but within the limit
-  patient.Spoil("C0+1=04 C0+2=0 C0+3=FF C0+4=FF");
-  EXPECT_EQ(Decode(patient.bytes).status, kOk);
 }
 
 TEST(JpegDecoder, FilesAndStopRequests) {
   TemporaryFolder folder;
-  JpegModel model;
-  model.width = 40;
-  model.height = 80;
+  JpegModel model(40, 80);
   model.Fill(2, 10, 10);
   DecodeRequest request;
   request.path = folder.File("a.jpg");
@@ -300,9 +234,7 @@ TEST(JpegDecoder, FilesAndStopRequests) {
 // Cut anywhere, a file gives a status; from the scan on it gives a picture whose beginning is
 // right.
 TEST(JpegDecoder, TruncatedFiles) {
-  JpegModel model;
-  model.width = 64;
-  model.height = 64;
+  JpegModel model(64, 64);
   model.SetSampling(2, 2);
   model.Fill(3, 20, 20);
   const Bytes whole = EncodeModel(model);

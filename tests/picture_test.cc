@@ -120,6 +120,7 @@ const Shown kShown[] = {
     // Green 0x80 + x -> 0x20, blue 0x10 x -> 2 x, red 0x40 -> 8 (row 1: 0x50 -> 0xA).
     {4, 2, 0, 8, 1, 1, 0, {0x00008008, 0}},
     {4, 2, 0, 8, 3, 1, 0, {0x80488008, 0x00008088}},
+    {2, 2, 0, 8, 1, 2, 0, {0x00008008, 0x0000800A}},
     {4, 2, 0, 8, 2, 2, 0, {0x80488008, 0, 0x804A800A, 0}},
     // Clipped at the right and at the bottom; of an odd frame the last pair takes the next cell. As
     // wide as the frame there is none.

@@ -28,57 +28,40 @@ Outputs Find(Search search, uint32_t target, uint32_t reference) {
 
 class Pll : public BenchTest {};
 
-struct Setting {
+constexpr struct {
+  Search search;
   uint32_t target, reference;
   Outputs outputs;
-};
-
-// Divider, exponent, multiplier.
-constexpr Setting kClocks[] = {
-    // 50000 = 150000 / 3, that is 4 x 37500 / 3: the first candidate of all. Below it the target is
-    // doubled.
-    {50000, 37500, {1, 0, 1}},
-    {25000, 37500, {1, 1, 1}},
-    {12500, 37500, {1, 2, 1}},
+} kSettings[] = {
+    // Divider, exponent, multiplier. 50000 = 150000 / 3, that is 4 x 37500 / 3: the first candidate
+    // of all. Below it the target is doubled.
+    {Pll_Clock, 50000, 37500, {1, 0, 1}},
+    {Pll_Clock, 25000, 37500, {1, 1, 1}},
+    {Pll_Clock, 12500, 37500, {1, 2, 1}},
     // 4 x 75000 / 3 and 8 x 75000 / 6 are equal: the smallest divider stays.
-    {100000, 75000, {1, 0, 1}},
-    {65000, 14318, {11, 0, 56}},
-    {25175, 14318, {29, 1, 106}},
-    {40000, 14318, {15, 1, 92}},
-    {108000, 27000, {2, 0, 13}},
-    {162000, 27000, {2, 0, 21}},
-    {1234, 27000, {38, 6, 114}},
-    {600000, 40000000, {106, 0, 106}},
-    {1999999, 65535, {1, 0, 89}},
-    {333333, 14318180, kUntouched},
-    {4000000000U, 1, kUntouched},
-    {UINT32_MAX, 1, {3, 0, 1}},  // 4 x 1 / 5 is 0: the difference wraps to 1
+    {Pll_Clock, 100000, 75000, {1, 0, 1}},
+    {Pll_Clock, 1999999, 65535, {1, 0, 89}},
+    {Pll_Clock, 333333, 14318180, kUntouched},
+    {Pll_Clock, 4000000000U, 1, kUntouched},
+    {Pll_Clock, UINT32_MAX, 1, {3, 0, 1}},  // 4 x 1 / 5 is 0: the difference wraps to 1
+    // The bytes of a word. Some candidates are equally far off but for the rounding of double
+    // precision, which then decides.
+    {Pll_Nandu, 1000, 14318, {0x13, 0x8E, 0x37}},
+    {Pll_Nandu, 8976, 14318, {0x13, 0x8E, 0x4F}},
+    {Pll_Nandu, 10970, 27000, {0x13, 0xB2, 0xA8}},
+    {Pll_Nandu, 13961, 20000, {0x11, 0x96, 0x42}},
+    {Pll_Nandu, 19943, 24576, {0x13, 0x98, 0xA8}},
+    {Pll_Nandu, 36892, 24576, {0x10, 0x9A, 0x53}},
+    {Pll_Nandu, 250001, 27000, kUntouched},  // 500 is 100 away from 400
+    {Pll_Nandu, 65000, 999, kUntouched},     // no phase input of 1 to 2
 };
 
-TEST_F(Pll, ClockSettings) {
-  for (const Setting& test : kClocks) {
-    EXPECT_EQ(Find(Pll_Clock, test.target, test.reference), test.outputs)
-        << test.target << " of " << test.reference;
+TEST_F(Pll, Settings) {
+  for (const auto& [search, target, reference, outputs] : kSettings) {
+    EXPECT_EQ(Find(search, target, reference), outputs) << target << " of " << reference;
   }
   EXPECT_EQ(Find(Pll_Clock, 49999, 37500)[1], 1);
   EXPECT_EQ(Find(Pll_Clock, 1, 37500)[1], 16);  // 65536
-}
-
-// Some candidates are equally far off but for the rounding of double precision, which then decides.
-TEST_F(Pll, NanduSettings) {
-  constexpr struct {
-    uint32_t target, reference, word;
-  } kWords[] = {{1000, 14318, 0x138E37},   {8976, 14318, 0x138E4F},  {10970, 27000, 0x13B2A8},
-                {13961, 20000, 0x119642},  {19943, 24576, 0x1398A8}, {36892, 24576, 0x109A53},
-                {65000, 14318, 0x101875},  {25175, 14318, 0x119AC4}, {40000, 14318, 0x119B38},
-                {108000, 27000, 0x101A6F}, {1234, 27000, 0x13B463},  {74250, 27000, 0x101A4C}};
-  for (const auto& [target, reference, word] : kWords) {
-    const Outputs o = Find(Pll_Nandu, target, reference);
-    EXPECT_EQ(uint32_t{o[0]} << 16 | uint32_t{o[1]} << 8 | o[2], word)
-        << target << " of " << reference;
-  }
-  EXPECT_EQ(Find(Pll_Nandu, 250001, 27000), kUntouched);  // 500 is 100 away from 400
-  EXPECT_EQ(Find(Pll_Nandu, 65000, 999), kUntouched);     // no phase input of 1 to 2
 }
 
 TEST_F(Pll, DigestsOfManySearches) {

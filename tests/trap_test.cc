@@ -3,8 +3,6 @@
 // decoder then reads back what I2cWriteByte put on the lines.
 #include <cstdint>
 #include <gtest/gtest.h>
-#include <string>
-#include <vector>
 
 #ifdef _WIN32
 #include <windows.h>
@@ -125,43 +123,8 @@ class Traps {
 };
 #endif
 
-// The data register's bits 0 (SDA) and 1 (SCL) as an I2C bus; the master leaves acknowledges high.
-std::string Decode(const std::vector<Write>& lines) {
-  brisk::I2cMonitor monitor;
-  for (const Write& line : lines) {
-    monitor.LinesChanged((line.value & 2) != 0, (line.value & 1) != 0);
-  }
-  return monitor.Take();
-}
-
-class Trap : public testing::Test {
- protected:
-  Trap() {
-    writeCount = 0;
-    readCount = 0;
-    BriskSetDevice(0);
-  }
-
-  std::vector<Write> Written() const { return {writes, writes + writeCount}; }
-};
-
-TEST_F(Trap, I2cWriteByteIsOnTheLines) {
-  {
-    const Traps traps;
-    I2c_Stop();  // the images start with both lines low; the decoder with both high
-    writeCount = 0;
-    EXPECT_EQ(I2cWriteByte(0xA0, 0x01, 0x55), 1u);
-  }
-  const std::vector<Write> written = Written();
-  for (const Write& write : written) {
-    EXPECT_EQ(write.port, kData);
-    EXPECT_EQ(write.value & 0xFC, 0xFC);
-  }
-  EXPECT_EQ(Decode(written), "S A0- 01- 55- P");
-  EXPECT_EQ(readCount, 3u);  // one acknowledge a byte
-}
-
-TEST_F(Trap, PortExportsReachTheRegisters) {
+TEST(Trap, ExportsReachTheRegisters) {
+  BriskSetDevice(0);
   uint8_t status = 0;
   {
     const Traps traps;
@@ -169,11 +132,23 @@ TEST_F(Trap, PortExportsReachTheRegisters) {
     statusValue = 0xA8;
     EXPECT_EQ(Lpt_Input(&status), 0u);
     statusValue = kAcknowledge;
+    I2c_Stop();  // the images start with both lines low; the decoder with both high
+    readCount = 0;
+    EXPECT_EQ(I2cWriteByte(0xA0, 0x01, 0x55), 1u);
   }
-  ASSERT_EQ(writeCount, 1u);
-  EXPECT_EQ(writes[0].port, kData);
-  EXPECT_EQ(writes[0].value, 0x57);
   EXPECT_EQ(status, 0xA8);
+  EXPECT_EQ(readCount, 3u);  // one acknowledge a byte
+  ASSERT_GT(writeCount, 4u);
+  EXPECT_EQ(writes[0].value, 0x57);
+  // The data register's bits 0 (SDA) and 1 (SCL); the master leaves acknowledges high.
+  brisk::I2cMonitor monitor;
+  for (size_t i = 0; i < writeCount; ++i) {
+    EXPECT_EQ(writes[i].port, kData);
+    if (i < 4) continue;  // Lpt_Output and the stop
+    EXPECT_EQ(writes[i].value & 0xFC, 0xFC);
+    monitor.LinesChanged((writes[i].value & 2) != 0, (writes[i].value & 1) != 0);
+  }
+  EXPECT_EQ(monitor.Take(), "S A0- 01- 55- P");
 }
 
 }  // namespace

@@ -22,8 +22,8 @@ struct JpegModel {
     int table;  // quantisation
   };
 
-  int width = 16;
-  int height = 16;
+  int width;
+  int height;
   std::array<Component, 3> components{{{1, 1, 1, 0}, {2, 1, 1, 1}, {3, 1, 1, 1}}};
   std::array<std::array<uint16_t, 64>, 2> quantisation{};
   bool wideQuantisation = false;  // 16-bit entries in the file
@@ -36,6 +36,7 @@ struct JpegModel {
   // blocks[component][MCU * blocks per MCU + block]
   std::array<std::vector<Block>, 3> blocks;
 
+  JpegModel(int widthOfAll, int heightOfAll) : width(widthOfAll), height(heightOfAll) {}
   int McuColumns() const {
     return (width + 8 * components[0].horizontal - 1) / (8 * components[0].horizontal);
   }
@@ -73,34 +74,25 @@ struct JpegModel {
   }
 };
 
-// Codes of every length class: short ones, ones that just fit a small lookup, and long ones.
+// Codes of every length class: short ones, ones that just fit a small lookup, and long ones. The
+// symbols follow one another by `step`.
 struct ModelTable {
   std::array<uint8_t, 16> counts{};
   std::vector<uint8_t> symbols;
   std::array<std::pair<uint32_t, int>, 256> codes{};  // code, length
 
-  void Number() {
+  ModelTable(const std::vector<std::pair<int, int>>& lengths, int total, int first, int step) {
     uint32_t code = 0;
-    size_t next = 0;
-    for (int length = 1; length <= 16; ++length, code <<= 1) {
-      for (int i = 0; i < counts[Size(length - 1)]; ++i) {
-        codes[symbols[next++]] = {code++, length};
+    int before = 0;
+    for (const auto& [length, count] : lengths) {
+      counts[Size(length - 1)] = static_cast<uint8_t>(count);
+      code <<= length - std::exchange(before, length);
+      for (int i = 0; i < count; ++i) {
+        symbols.push_back(static_cast<uint8_t>(first % total));
+        codes[symbols.back()] = {code++, length};
+        first += step;
       }
     }
-  }
-
-  // How many codes there are of which length; the symbols follow one another by `step`.
-  static ModelTable Make(const std::vector<std::pair<int, int>>& lengths, int symbols, int first,
-                         int step) {
-    ModelTable table;
-    for (const auto& [length, count] : lengths) {
-      table.counts[Size(length - 1)] = static_cast<uint8_t>(count);
-    }
-    for (int i = 0; i < symbols; ++i) {
-      table.symbols.push_back(static_cast<uint8_t>((first + i * step) % symbols));
-    }
-    table.Number();
-    return table;
   }
 };
 
@@ -109,79 +101,72 @@ class JpegEncoder {
   explicit JpegEncoder(const JpegModel& model) : model_(model) {}
 
   std::vector<uint8_t> Encode() {
-    file_ = {0xFF, 0xD8};
-    Segment(0xE0, {'J', 'F', 'I', 'F', 0, 1, 2, 0, 0, 1, 0, 1, 0, 0});
+    Put(0xFFD8, 2);
+    Segment(0xE0, 14);
+    for (const uint32_t word : {0x4A464946, 0x00010200, 0x00010001}) Put(word, 4);
+    Put(0, 2);
     Tables();
     Frame();
-    if (model_.heightBeforeScan) Segment(0xDC, Height());
+    if (model_.heightBeforeScan) Height();
     if (model_.restartInterval != 0) {
-      Segment(0xDD, {static_cast<uint8_t>(model_.restartInterval >> 8),
-                     static_cast<uint8_t>(model_.restartInterval)});
+      Segment(0xDD, 2);
+      Put(model_.restartInterval, 2);
     }
-    std::vector<uint8_t> scan = {3};
-    for (const int c : model_.scanOrder) {
-      scan.push_back(static_cast<uint8_t>(model_.components[Size(c)].identifier));
-      scan.push_back(0x00);
-    }
-    scan.insert(scan.end(), {0, 63, 0});
-    Segment(0xDA, scan);
+    Segment(0xDA, 10);
+    Put(3);
+    for (const int c : model_.scanOrder) Put(model_.components[Size(c)].identifier << 8, 2);
+    Put(63 << 8, 3);
     Scan();
-    if (model_.heightInDnl) Segment(0xDC, Height());
+    if (model_.heightInDnl) Height();
     Marker(0xD9);
     return file_;
   }
 
  private:
-  std::vector<uint8_t> Height() const {
-    return {static_cast<uint8_t>(model_.height >> 8), static_cast<uint8_t>(model_.height)};
+  template <typename Number>
+  void Put(Number value, int bytes = 1) {
+    while (bytes-- > 0) file_.push_back(static_cast<uint8_t>(value >> 8 * bytes));
   }
 
-  void Marker(uint8_t code) {
-    file_.insert(file_.end(), Size(1 + model_.fillBytes), 0xFF);
-    file_.push_back(code);
+  void Marker(int code) {
+    for (int i = 0; i <= model_.fillBytes; ++i) Put(0xFF);
+    Put(code);
   }
 
-  void Segment(uint8_t code, const std::vector<uint8_t>& contents) {
+  void Segment(int code, int length) {
     Marker(code);
-    const size_t length = contents.size() + 2;
-    file_.push_back(static_cast<uint8_t>(length >> 8));
-    file_.push_back(static_cast<uint8_t>(length));
-    file_.insert(file_.end(), contents.begin(), contents.end());
+    Put(length + 2, 2);
+  }
+
+  void Height() {
+    Segment(0xDC, 2);
+    Put(model_.height, 2);
   }
 
   void Tables() {
-    for (uint8_t t = 0; t < 2; ++t) {
-      std::vector<uint8_t> contents = {
-          static_cast<uint8_t>(t | (model_.wideQuantisation ? 0x10 : 0))};
-      for (const uint16_t entry : model_.quantisation[t]) {
-        if (model_.wideQuantisation) contents.push_back(static_cast<uint8_t>(entry >> 8));
-        contents.push_back(static_cast<uint8_t>(entry));
-      }
-      Segment(0xDB, contents);
+    const int width = model_.wideQuantisation ? 2 : 1;
+    for (int t = 0; t < 2; ++t) {
+      Segment(0xDB, 1 + 64 * width);
+      Put((width - 1) << 4 | t);
+      for (const uint16_t entry : model_.quantisation[Size(t)]) Put(entry, width);
     }
-    std::vector<uint8_t> contents;  // both tables in one segment
+    Segment(0xC4, 2 * 17 + 16 + 256);  // both tables in one segment
     for (const ModelTable* table : {&dc_, &ac_}) {
-      contents.push_back(table == &dc_ ? 0x00 : 0x10);
-      contents.insert(contents.end(), table->counts.begin(), table->counts.end());
-      contents.insert(contents.end(), table->symbols.begin(), table->symbols.end());
+      Put(table == &dc_ ? 0x00 : 0x10);
+      for (const uint8_t count : table->counts) Put(count);
+      for (const uint8_t symbol : table->symbols) Put(symbol);
     }
-    Segment(0xC4, contents);
   }
 
   void Frame() {
-    const int height = model_.heightInDnl || model_.heightBeforeScan ? 0 : model_.height;
-    std::vector<uint8_t> contents = {8,
-                                     static_cast<uint8_t>(height >> 8),
-                                     static_cast<uint8_t>(height),
-                                     static_cast<uint8_t>(model_.width >> 8),
-                                     static_cast<uint8_t>(model_.width),
-                                     3};
+    Segment(model_.frameMarker, 15);
+    Put(8);
+    Put(model_.heightInDnl || model_.heightBeforeScan ? 0 : model_.height, 2);
+    Put(model_.width, 2);
+    Put(3);
     for (const auto& c : model_.components) {
-      contents.push_back(static_cast<uint8_t>(c.identifier));
-      contents.push_back(static_cast<uint8_t>(c.horizontal << 4 | c.vertical));
-      contents.push_back(static_cast<uint8_t>(c.table));
+      Put(c.identifier << 16 | c.horizontal << 12 | c.vertical << 8 | c.table, 3);
     }
-    Segment(model_.frameMarker, contents);
   }
 
   void Scan() {
@@ -190,7 +175,7 @@ class JpegEncoder {
     for (int mcu = 0; mcu < mcus; ++mcu) {
       if (model_.restartInterval != 0 && mcu != 0 && mcu % model_.restartInterval == 0) {
         Flush();
-        Marker(static_cast<uint8_t>(0xD0 + (mcu / model_.restartInterval - 1) % 8));
+        Marker(0xD0 + (mcu / model_.restartInterval - 1) % 8);
         predictors = {};
       }
       for (const int c : model_.scanOrder) {
@@ -246,9 +231,8 @@ class JpegEncoder {
   }
 
   const JpegModel& model_;
-  const ModelTable dc_ = ModelTable::Make({{3, 4}, {5, 6}, {12, 6}}, 16, 2, 7);
-  const ModelTable ac_ =
-      ModelTable::Make({{2, 1}, {4, 4}, {6, 8}, {9, 60}, {12, 80}, {16, 103}}, 256, 0, 37);
+  const ModelTable dc_{{{3, 4}, {5, 6}, {12, 6}}, 16, 2, 7};
+  const ModelTable ac_{{{2, 1}, {4, 4}, {6, 8}, {9, 60}, {12, 80}, {16, 103}}, 256, 0, 37};
   std::vector<uint8_t> file_;
   uint8_t byte_ = 0;
   unsigned bits_ = 0;
