@@ -39,33 +39,40 @@ TEST_F(FtdiExports, CountingLeavesOutOpenInterfacesAndNamesDoNot) {
   EXPECT_STREQ(name, kFullSpeed);
 }
 
-TEST_F(FtdiExports, NothingAttachedAndNoLibrary) {
+TEST_F(FtdiExports, TheOnlyDevice) {
   uint32_t count = 7;
   uint32_t handle = 0;
   char name[100];
+  EXPECT_EQ(I2C_Open(&handle), 0u);
+  EXPECT_NE(handle, 0u);
+  Connect("ft2232c+talvo");
+  EXPECT_EQ(I2C_Open(&handle), 28u);
   host().Unplug(kFullSpeed);
-  EXPECT_EQ(I2C_GetNumDevices(&count), 0u);
-  EXPECT_EQ(count, 0u);
-  EXPECT_EQ(I2C_Open(&handle), 2u);
-  EXPECT_EQ(I2C_GetDeviceNameLocID(0, name, sizeof name, nullptr), 2u);
-
+  host().Unplug(kTalvo);
+  EXPECT_EQ(Count(I2C_GetNumDevices), 0u);
+  EXPECT_EQ((Statuses{I2C_Open(&handle), I2C_GetDeviceNameLocID(0, name, sizeof name, nullptr)}),
+            (Statuses{2, 2}));
+  EXPECT_EQ(host().calls("FT_OpenEx"), 0u);
+  // Without the library.
   Connect("none");
-  count = 7;
   EXPECT_EQ(I2C_GetNumDevices(&count), 2u);
   EXPECT_EQ(count, 0u);
-  EXPECT_EQ(I2C_Open(&handle), 2u);
-  EXPECT_EQ(I2C_Close(1), 1u);
-  EXPECT_EQ(I2C_SetDeviceLatencyTimer(1, 2), 1u);
+  EXPECT_EQ((Statuses{I2C_Open(&handle), I2C_Close(1), I2C_SetDeviceLatencyTimer(1, 2)}),
+            (Statuses{2, 1, 1}));
   EXPECT_NE(DebugText().find("FTDI: no D2XX library: FTD2XX"), std::string::npos);
 }
 
 TEST_F(FtdiExports, OneOpenPerInterface) {
-  const uint32_t first = OpenFullSpeed();
-  EXPECT_EQ(OpenFullSpeed(), first);
+  uint32_t handle = OpenFullSpeed();
+  EXPECT_EQ(OpenFullSpeed(), handle);
   EXPECT_EQ(host().calls("FT_OpenEx"), 1u);
-  EXPECT_EQ(I2C_Close(first), 0u);
-  EXPECT_EQ(I2C_Close(first), 1u);
-  EXPECT_EQ(I2C_SetMode(first, 1), 1u);
+  EXPECT_EQ((Statuses{I2C_Close(handle), I2C_Close(handle), I2C_SetMode(handle, 1)}),
+            (Statuses{0, 1, 1}));
+  // A failed close frees the entry, too, and the next open asks D2XX, which still has it open.
+  handle = OpenFullSpeed();
+  bench().SetFault("d2xx-fails:FT_Close");
+  EXPECT_EQ((Statuses{I2C_Close(handle), I2C_Close(handle)}), (Statuses{4, 1}));
+  EXPECT_EQ(I2C_OpenEx(kFullSpeed, 0x21, &handle), 3u);
 }
 
 TEST_F(FtdiExports, OpenRefusals) {
@@ -89,20 +96,10 @@ TEST_F(FtdiExports, OpenRefusals) {
   EXPECT_EQ(host().calls("FT_OpenEx"), 1u);
 }
 
-TEST_F(FtdiExports, TheOnlyDevice) {
-  uint32_t handle = 0;
-  EXPECT_EQ(I2C_Open(&handle), 0u);
-  EXPECT_NE(handle, 0u);
-  Connect("ft2232c+talvo");
-  EXPECT_EQ(I2C_Open(&handle), 28u);
-  EXPECT_EQ(host().calls("FT_OpenEx"), 0u);
-}
-
 TEST_F(FtdiExports, DescriptionsThatAreInterfaces) {
   const struct {
     const char* description;  // of the chip; " A" comes behind it
-    uint32_t fullSpeed;
-    uint32_t hiSpeed;
+    uint32_t fullSpeed, hiSpeed;
   } kCases[] = {{"Plain", 1, 2},
                 {"lower a", 0, 0},       // " a A": the first " A" is not the end
                 {"Some Adapter", 0, 0},  // neither for B
@@ -148,8 +145,7 @@ TEST_F(FtdiExports, HiSpeedNamesAndChannels) {
     char* name;
     uint32_t nameSize;
     char* channel;
-    uint32_t channelSize;
-    uint32_t status;
+    uint32_t channelSize, status;
   } kCases[] = {{4, nullptr, 0, nullptr, 0, 23}, {4, name, 0, nullptr, 0, 29},
                 {4, name, 0, channel, 0, 22},    {0, name, 15, channel, 0, 24},
                 {0, name, 16, channel, 4, 30},   {0, name, 16, channel, 5, 0}};
@@ -187,74 +183,38 @@ TEST_F(FtdiExports, HiSpeedOpening) {
   EXPECT_EQ(type, 0u);
 }
 
-TEST_F(FtdiExports, CloseFreesTheEntryEvenWhenD2xxFails) {
-  const uint32_t handle = OpenFullSpeed();
-  bench().SetFault("d2xx-fails:FT_Close");
-  EXPECT_EQ(I2C_Close(handle), 4u);
-  EXPECT_EQ(I2C_Close(handle), 1u);
-  uint32_t again = 0;
-  EXPECT_EQ(I2C_OpenEx(kFullSpeed, 0x21, &again), 3u);  // asks D2XX, which still has it open
-}
-
-TEST_F(FtdiExports, ChecksOfWriteInOrder) {
+TEST_F(FtdiExports, ChecksOfTransactionsInOrder) {
   const uint32_t handle = Ready(OpenFullSpeed());
   uint8_t bytes[2] = {0xF4, 0x10};
   const PageWriteRecord pages = {2, 16};
   const PageWriteRecord huge = {0x10000, 0x10000};  // 2^32 bytes, not 0
-  const struct {
-    uint32_t handle;
-    const uint8_t* control;
-    uint32_t controlCount;
-    uint32_t type;
-    const uint8_t* data;
-    uint32_t count;
-    const PageWriteRecord* pages;
-    uint32_t status;
-  } kCases[] = {{kBad, nullptr, 0, 3, nullptr, 0, nullptr, 1},
-                {handle, nullptr, 0, 3, nullptr, 0, nullptr, 37},
-                {handle, bytes, 0, 3, nullptr, 0, nullptr, 38},
-                {handle, bytes, 256, 3, nullptr, 0, nullptr, 38},
-                {handle, bytes, 1, 3, nullptr, 0, nullptr, 43},
-                {handle, bytes, 1, 1, nullptr, 0, nullptr, 40},
-                {handle, bytes, 1, 1, bytes, 0, nullptr, 41},
-                {handle, bytes, 1, 2, bytes, 65536, nullptr, 41},
-                {handle, bytes, 1, 2, bytes, 2, nullptr, 45},
-                {handle, bytes, 1, 2, bytes, 31, &pages, 44},
-                {handle, bytes, 1, 2, bytes, 31, &huge, 44},
-                {handle, bytes, 1, 0, nullptr, 0, nullptr, 0}};
-  for (const auto& given : kCases) {
-    EXPECT_EQ(I2C_Write(given.handle, given.control, given.controlCount, 1, 10, 1, given.type,
-                        given.data, given.count, 1, 10, given.pages),
-              given.status);
-    if (given.status != 0) {
-      EXPECT_TRUE(host().TakeWrites(kFullSpeed).empty());
-    }
-  }
-}
-
-TEST_F(FtdiExports, ChecksOfReadInOrder) {
-  const uint32_t handle = Ready(OpenFullSpeed());
-  uint8_t control[2] = {0xF4, 0x10};
-  uint8_t data[4] = {};
-  const struct {
-    uint32_t handle;
-    uint8_t* control;
-    uint32_t controlCount;
-    uint32_t type;
-    uint8_t* data;
-    uint32_t count;
-    uint32_t status;
-  } kCases[] = {{kBad, nullptr, 0, 0, nullptr, 0, 1},    {handle, nullptr, 0, 0, nullptr, 0, 37},
-                {handle, control, 0, 0, nullptr, 0, 46}, {handle, control, 256, 0, data, 0, 38},
-                {handle, control, 1, 0, data, 0, 47},    {handle, control, 1, 0, data, 65536, 47},
-                {handle, control, 1, 0, data, 1, 48},    {handle, control, 1, 3, data, 1, 48},
-                {handle, control, 2, 1, data, 1, 0}};
-  for (const auto& given : kCases) {
-    EXPECT_EQ(I2C_Read(given.handle, given.control, given.controlCount, 1, 10, given.type,
-                       given.data, given.count),
-              given.status);
-  }
-  EXPECT_EQ(control[0], 0xF5);
+  const auto write = [](uint32_t to, const uint8_t* control, uint32_t controlCount, uint32_t type,
+                        const uint8_t* data, uint32_t count, const PageWriteRecord* record) {
+    return I2C_Write(to, control, controlCount, 1, 10, 1, type, data, count, 1, 10, record);
+  };
+  EXPECT_EQ((Statuses{write(kBad, nullptr, 0, 3, nullptr, 0, nullptr),
+                      write(handle, nullptr, 0, 3, nullptr, 0, nullptr),
+                      write(handle, bytes, 0, 3, nullptr, 0, nullptr),
+                      write(handle, bytes, 256, 3, nullptr, 0, nullptr),
+                      write(handle, bytes, 1, 3, nullptr, 0, nullptr),
+                      write(handle, bytes, 1, 1, nullptr, 0, nullptr),
+                      write(handle, bytes, 1, 1, bytes, 0, nullptr),
+                      write(handle, bytes, 1, 2, bytes, 65536, nullptr),
+                      write(handle, bytes, 1, 2, bytes, 2, nullptr),
+                      write(handle, bytes, 1, 2, bytes, 31, &pages),
+                      write(handle, bytes, 1, 2, bytes, 31, &huge)}),
+            (Statuses{1, 37, 38, 38, 43, 40, 41, 41, 45, 44, 44}));
+  const auto read = [](uint32_t from, uint8_t* control, uint32_t controlCount, uint32_t type,
+                       uint8_t* data, uint32_t count) {
+    return I2C_Read(from, control, controlCount, 1, 10, type, data, count);
+  };
+  EXPECT_EQ(
+      (Statuses{read(kBad, nullptr, 0, 0, nullptr, 0), read(handle, nullptr, 0, 0, nullptr, 0),
+                read(handle, bytes, 0, 0, nullptr, 0), read(handle, bytes, 256, 0, bytes, 0),
+                read(handle, bytes, 1, 0, bytes, 0), read(handle, bytes, 1, 0, bytes, 65536),
+                read(handle, bytes, 1, 0, bytes, 1), read(handle, bytes, 1, 3, bytes, 1)}),
+      (Statuses{1, 37, 46, 38, 47, 47, 48, 48}));
+  EXPECT_TRUE(Sent().empty());
 }
 
 TEST_F(FtdiExports, ChecksOfPinsModesAndClosing) {
@@ -264,31 +224,26 @@ TEST_F(FtdiExports, ChecksOfPinsModesAndClosing) {
   HiSpeedLowGpioPins low{};
   HiSpeedHighGpioPins high{};
   FinalStatePins finalState{};
-  EXPECT_EQ(I2C_SetGPIOs(kBad, nullptr), 1u);
-  EXPECT_EQ(I2C_SetGPIOs(handle, nullptr), 36u);
-  EXPECT_EQ(I2C_SetGPIOs(handle, &pins), 0u);
-  EXPECT_EQ(I2C_GetGPIOs(kBad, nullptr), 1u);
-  EXPECT_EQ(I2C_GetGPIOs(handle, nullptr), 35u);
-  EXPECT_EQ(I2C_GetGPIOs(handle, &levels), 0u);
-  EXPECT_EQ(I2C_SetHiSpeedDeviceGPIOs(handle, 1, &low, 1, &high), 1u);
-  EXPECT_EQ(I2C_SetMode(handle, 3), 49u);
-  EXPECT_EQ(I2C_SetMode(kBad, 1), 1u);
-  EXPECT_EQ(I2C_SetMode(handle, 4), 0u);
-  EXPECT_EQ(I2C_SetLoopback(kBad, 1), 1u);
-  EXPECT_EQ(I2C_InitDevice(kBad, 65536), 1u);
-  EXPECT_EQ(I2C_CloseDevice(kBad, nullptr), 1u);
-  EXPECT_EQ(I2C_CloseDevice(handle, nullptr), 50u);
-  EXPECT_EQ(I2C_CloseDevice(handle, &finalState), 0u);
-  EXPECT_EQ(I2C_CloseDevice(handle, &finalState), 1u);
-
+  EXPECT_EQ((Statuses{I2C_SetGPIOs(kBad, nullptr), I2C_SetGPIOs(handle, nullptr),
+                      I2C_SetGPIOs(handle, &pins), I2C_GetGPIOs(kBad, nullptr),
+                      I2C_GetGPIOs(handle, nullptr), I2C_GetGPIOs(handle, &levels),
+                      I2C_SetHiSpeedDeviceGPIOs(handle, 1, &low, 1, &high)}),
+            (Statuses{1, 36, 0, 1, 35, 0, 1}));
+  EXPECT_EQ((Statuses{I2C_SetMode(handle, 3), I2C_SetMode(kBad, 1), I2C_SetMode(handle, 4),
+                      I2C_SetLoopback(kBad, 1), I2C_InitDevice(kBad, 65536)}),
+            (Statuses{49, 1, 0, 1, 1}));
+  EXPECT_EQ((Statuses{I2C_CloseDevice(kBad, nullptr), I2C_CloseDevice(handle, nullptr),
+                      I2C_CloseDevice(handle, &finalState), I2C_CloseDevice(handle, &finalState)}),
+            (Statuses{1, 50, 0, 1}));
   Connect("ft2232h");
   const uint32_t fast = Ready(OpenHiSpeed());
   HiSpeedLowGpioLevels lowLevels{};
   HiSpeedHighGpioLevels highLevels{};
-  EXPECT_EQ(I2C_SetHiSpeedDeviceGPIOs(fast, 1, &low, 0, nullptr), 36u);
-  EXPECT_EQ(I2C_SetHiSpeedDeviceGPIOs(fast, 0, nullptr, 1, &high), 36u);
-  EXPECT_EQ(I2C_GetHiSpeedDeviceGPIOs(fast, 1, &lowLevels, 0, nullptr), 36u);
-  EXPECT_EQ(I2C_GetHiSpeedDeviceGPIOs(fast, 1, &lowLevels, 1, &highLevels), 0u);
+  EXPECT_EQ((Statuses{I2C_SetHiSpeedDeviceGPIOs(fast, 1, &low, 0, nullptr),
+                      I2C_SetHiSpeedDeviceGPIOs(fast, 0, nullptr, 1, &high),
+                      I2C_GetHiSpeedDeviceGPIOs(fast, 1, &lowLevels, 0, nullptr),
+                      I2C_GetHiSpeedDeviceGPIOs(fast, 1, &lowLevels, 1, &highLevels)}),
+            (Statuses{36, 36, 36, 0}));
 }
 
 TEST_F(FtdiExports, ClocksAndLatency) {
@@ -296,9 +251,7 @@ TEST_F(FtdiExports, ClocksAndLatency) {
   EXPECT_EQ(I2C_GetClock(65536, &frequency), 34u);
   EXPECT_EQ(frequency, 5u);
   const struct {
-    uint32_t divisor;
-    uint32_t fullSpeed;
-    uint32_t hiSpeed;
+    uint32_t divisor, fullSpeed, hiSpeed;
   } kCases[] = {{0, 6000000, 30000000}, {59, 100000, 500000}, {65535, 91, 457}};
   for (const auto& [divisor, fullSpeed, hiSpeed] : kCases) {
     EXPECT_EQ(I2C_GetClock(divisor, &frequency), 0u);
@@ -306,52 +259,41 @@ TEST_F(FtdiExports, ClocksAndLatency) {
     EXPECT_EQ(I2C_GetHiSpeedDeviceClock(divisor, &frequency), 0u);
     EXPECT_EQ(frequency, hiSpeed);
   }
-  EXPECT_EQ(I2C_SetClock(kBad, 65536, &frequency), 34u);
-  EXPECT_EQ(I2C_SetClock(kBad, 0, &frequency), 1u);
+  EXPECT_EQ((Statuses{I2C_SetClock(kBad, 65536, &frequency), I2C_SetClock(kBad, 0, &frequency)}),
+            (Statuses{34, 1}));
 
   Connect("ft2232h+ft2232c");
   const uint32_t fast = OpenHiSpeed();
   const uint32_t slow = Ready(OpenFullSpeed());
-  EXPECT_EQ(I2C_SetClock(slow, 29, &frequency), 0u);
-  EXPECT_EQ(frequency, 200000u);
+  const auto clockOf = [&](uint32_t handle, uint32_t divisor) {
+    EXPECT_EQ(I2C_SetClock(handle, divisor, &frequency), 0u);
+    return frequency;
+  };
+  EXPECT_EQ(clockOf(slow, 29), 200000u);
   EXPECT_EQ(host().Find(kFullSpeed)->mpsse().divisor(), 29u);
-  EXPECT_EQ(I2C_SetClock(fast, 0, &frequency), 0u);
-  EXPECT_EQ(frequency, 6000000u);  // the prescaler is on until it is switched off
+  EXPECT_EQ(clockOf(fast, 0), 6000000u);  // the prescaler is on until it is switched off
   EXPECT_EQ(I2C_TurnOffDivideByFiveClockingHiSpeedDevice(slow), 1u);
   Ready(fast);
-  EXPECT_EQ(I2C_SetClock(fast, 0, &frequency), 0u);
-  EXPECT_EQ(frequency, 30000000u);
+  EXPECT_EQ(clockOf(fast, 0), 30000000u);
   EXPECT_EQ(I2C_TurnOffDivideByFiveClockingHiSpeedDevice(fast), 0u);
   EXPECT_FALSE(host().Find(kHiSpeed)->mpsse().divideByFive());
   EXPECT_EQ(I2C_TurnOnDivideByFiveClockingHiSpeedDevice(fast), 0u);
-  EXPECT_TRUE(host().Find(kHiSpeed)->mpsse().divideByFive());
-  EXPECT_EQ(I2C_SetClock(fast, 0, &frequency), 0u);
-  EXPECT_EQ(frequency, 6000000u);
+  EXPECT_EQ(clockOf(fast, 0), 6000000u);
   EXPECT_EQ(host().Find(kHiSpeed)->mpsse().bitTimeNs(), 166u);
 
   uint8_t latency = 0;
-  EXPECT_EQ(I2C_SetDeviceLatencyTimer(kBad, 1), 32u);
-  EXPECT_EQ(I2C_SetDeviceLatencyTimer(kBad, 2), 1u);
-  EXPECT_EQ(I2C_SetDeviceLatencyTimer(slow, 77), 0u);
+  EXPECT_EQ((Statuses{I2C_SetDeviceLatencyTimer(kBad, 1), I2C_SetDeviceLatencyTimer(kBad, 2),
+                      I2C_SetDeviceLatencyTimer(slow, 77)}),
+            (Statuses{32, 1, 0}));
   EXPECT_EQ(I2C_GetDeviceLatencyTimer(slow, &latency), 0u);
   EXPECT_EQ(latency, 77u);
 }
 
-TEST_F(FtdiExports, Version) {
-  char text[8] = "";
-  EXPECT_EQ(I2C_GetDllVersion(nullptr, 8), 51u);
-  EXPECT_EQ(I2C_GetDllVersion(text, 3), 52u);
-  EXPECT_STREQ(text, "");
-  EXPECT_EQ(I2C_GetDllVersion(text, 4), 0u);
-  EXPECT_STREQ(text, "2.0");
-}
-
-TEST_F(FtdiExports, Messages) {
+TEST_F(FtdiExports, MessagesAndVersion) {
   char text[100];
   const struct {
     const char* language;
-    uint32_t code;
-    uint32_t status;
+    uint32_t code, status;
     const char* message;
   } kCases[] = {
       {"EN", 0, 0, ""},
@@ -384,6 +326,12 @@ TEST_F(FtdiExports, Messages) {
   EXPECT_EQ(Digest(all), 0x285220E1u);
   EXPECT_EQ(I2C_GetErrorCodeString(nullptr, 1, nullptr, 100), 53u);
   EXPECT_EQ(I2C_GetErrorCodeString("EN", 1, nullptr, 100), 54u);
+  *text = 0;
+  EXPECT_EQ((Statuses{I2C_GetDllVersion(nullptr, 8), I2C_GetDllVersion(text, 3)}),
+            (Statuses{51, 52}));
+  EXPECT_STREQ(text, "");
+  EXPECT_EQ(I2C_GetDllVersion(text, 4), 0u);
+  EXPECT_STREQ(text, "2.0");
 }
 
 }  // namespace

@@ -17,6 +17,7 @@ namespace brisk {
 
 using ByteVector = std::vector<uint8_t>;
 using Writes = std::vector<ByteVector>;
+using Statuses = std::vector<uint32_t>;
 
 inline ByteVector Joined(const Writes& writes) {
   ByteVector all;
@@ -24,17 +25,36 @@ inline ByteVector Joined(const Writes& writes) {
   return all;
 }
 
-inline ByteVector operator+(ByteVector left, const ByteVector& right) {
+template <typename Element>
+std::vector<Element> operator+(std::vector<Element> left, const std::vector<Element>& right) {
   left.insert(left.end(), right.begin(), right.end());
   return left;
 }
 
 // The same bytes several times over.
 inline ByteVector Times(unsigned count, const ByteVector& bytes) {
-  ByteVector all;
-  for (unsigned i = 0; i < count; ++i) all.insert(all.end(), bytes.begin(), bytes.end());
-  return all;
+  return Joined(Writes(count, bytes));
 }
+
+// A setting of the low byte's pins. Values: 01 SCL, 02 SDA, 10 GPIOL0.
+inline ByteVector Step(uint8_t value, uint8_t direction = 0x13) { return {0x80, value, direction}; }
+
+// A write as I2C_Write takes it: address and registers, data, and whether acknowledges are waited
+// for (10 ms each).
+struct I2cWriteCall {
+  ByteVector control;
+  uint32_t type = I2C_NO_WRITE_TYPE;
+  ByteVector data = {};
+  uint32_t controlAck = 1, dataAck = 1, stop = 1;
+  uint32_t timeoutMs = 10;
+
+  uint32_t Run(uint32_t handle) const {
+    const PageWriteRecord pages = {1, static_cast<uint32_t>(data.size())};
+    return I2C_Write(handle, control.data(), static_cast<uint32_t>(control.size()), controlAck,
+                     timeoutMs, stop, type, data.data(), static_cast<uint32_t>(data.size()),
+                     dataAck, timeoutMs, &pages);
+  }
+};
 
 // A test with FTDI chips on the bench.
 class FtdiTest : public BenchTest {
@@ -64,6 +84,7 @@ class FtdiTest : public BenchTest {
   }
 
   static sim::D2xxHost& host() { return *sim::CurrentD2xxHost(); }
+  static Writes Sent(const char* name = kFullSpeed) { return host().TakeWrites(name); }
 
   static uint32_t OpenFullSpeed(const char* name = kFullSpeed, uint32_t location = 0x21) {
     uint32_t handle = 0;
@@ -85,8 +106,6 @@ class FtdiTest : public BenchTest {
     if (sim::CurrentD2xxHost() == nullptr) return;
     for (const char* name : {kFullSpeed, kTalvo, kHiSpeed, kQuad, kSecond}) host().TakeWrites(name);
   }
-
-  static uint64_t Milliseconds() { return bench().clock().Now() / 1'000'000; }
 };
 
 }  // namespace brisk
