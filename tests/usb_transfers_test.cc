@@ -1,5 +1,7 @@
 // The transfers of the USB device class at its driver: the bytes of every request, and what it
 // makes of answers.
+#include "support/usb_transfers.h"
+
 #include <cstdint>
 #include <functional>
 #include <gtest/gtest.h>
@@ -9,15 +11,13 @@
 
 #include "sim/config/bench.h"
 #include "support/calls.h"
-#include "support/files.h"
+#include "support/firmware_folder.h"
 #include "support/usb_fake_driver.h"
 
 namespace brisk::tcon_board {
 namespace {
 
 using Bytes = std::vector<uint8_t>;
-using Reply = FakeDriver::Reply;
-using Request = FakeDriver::Request;
 
 struct TransferCase {
   const char* name;
@@ -92,50 +92,42 @@ TEST_F(UsbDevice, RecordsByteForByte) {
   }
 }
 
-TEST_F(UsbDevice, FailingTransfers) {
+// A status word of the driver fails a transfer although bytes moved; a driver that lies about
+// counts and offsets harms nobody.
+TEST_F(UsbDevice, AnswersOfTheDriver) {
+  const struct {
+    const char* name;
+    Reply reply;
+    size_t spoilt;  // byte of the record; 1 does not matter
+    bool result;
+    uint32_t length;
+    bool cancelled = false;
+  } kCases[] = {{"USBD status", {true, 42}, 14, false, 4},
+                {"system status", {true, 42}, 18, false, 4},
+                {"no answer", {.answers = false}, 1, false, 0, true},
+                {"not started", {true, 42, 5}, 1, false, 4},
+                {"done at once", {true, 42, kErrorNone}, 1, true, 4},
+                {"count too large", {true, 0xFFFFFFFF}, 1, true, 4},
+                {"offset too large", {true, 0xFFFFFFFF}, 33, true, 4},
+                {"short", {true, 40}, 1, true, 2}};
   UsbBoard device;
   Bytes buffer(4, 0x11);
   uint32_t length = 0;
-  const auto read = [&] {
+  for (const auto& test : kCases) {
+    SCOPED_TRACE(test.name);
+    driver.transfer = [&](const Request& request, uint8_t* out) {
+      if (request.outSize != 0) out[test.spoilt] = 0xFF;
+      return test.reply;
+    };
     driver.cancelled = false;
     length = 4;
-    return device.control()->ControlRead(buffer.data(), &length);
-  };
-  // A status word of the driver fails the transfer although bytes moved.
-  for (const size_t at : {14, 18}) {
-    driver.transfer = [&](const Request& request, uint8_t* out) {
-      out[at] = 1;
-      return Reply{true, request.outSize};
-    };
-    EXPECT_FALSE(read());
-    EXPECT_EQ(length, 4u);
-    EXPECT_FALSE(driver.cancelled);
+    EXPECT_EQ(device.control()->ControlRead(buffer.data(), &length), test.result);
+    EXPECT_EQ(length, test.length);
+    EXPECT_EQ(device.control()->lastError, test.reply.startError);
+    EXPECT_EQ(driver.cancelled, test.cancelled);
+    // The abort names its endpoint.
+    EXPECT_EQ(driver.requests.back().in == Bytes{0}, test.cancelled);
   }
-  driver.transfer = [](const Request&, uint8_t*) { return Reply{.answers = false}; };
-  EXPECT_FALSE(read());
-  EXPECT_TRUE(driver.cancelled);
-  EXPECT_EQ(driver.requests.back().in, Bytes{0});  // the endpoint that was cancelled
-  EXPECT_EQ(length, 0u);
-  driver.transfer = [](const Request&, uint8_t*) { return Reply{true, 42, 5}; };  // did not start
-  EXPECT_FALSE(read());
-  EXPECT_EQ(device.control()->lastError, 5u);
-  driver.transfer = [](const Request& request, uint8_t*) {
-    return Reply{true, request.outSize, kErrorNone};
-  };
-  EXPECT_TRUE(read());
-  // A driver that lies about counts and offsets harms nobody.
-  driver.transfer = [](const Request&, uint8_t* out) {
-    out[30] = 0xFF;
-    out[33] = 0xFF;
-    return Reply{true, 0xFFFFFFFF};
-  };
-  read();
-  driver.transfer = [](const Request&, uint8_t*) { return Reply{true, 0xFFFFFFFF}; };
-  EXPECT_TRUE(read());
-  EXPECT_EQ(length, 4u);
-  driver.transfer = [](const Request&, uint8_t*) { return Reply{true, 40}; };  // short
-  EXPECT_TRUE(read());
-  EXPECT_EQ(length, 2u);
   const size_t sent = driver.requests.size();
   length = 65536;
   EXPECT_FALSE(device.control()->ControlWrite(buffer.data(), &length));
@@ -171,40 +163,15 @@ TEST_F(UsbDevice, NotificationsAndTheirExceptions) {
   EXPECT_FALSE(device.IsOpen());
 }
 
-// The whole class over the simulated board, whose bulk endpoints give back what they were sent.
+// Over the simulated board and its driver.
 TEST(UsbDeviceOnTheBench, Transfers) {
   ASSERT_EQ(sim::ReplaceBench("adapter=tcon-usb"), "");
   {
+    const FirmwareFolder folder;
+    UsbLink link;
+    EXPECT_TRUE(link->Connect());  // loads the firmware
     UsbBoard device;
-    uint8_t firmware = 0;
-    uint32_t one = 1;
-    device.control()->requestCode = 0xA0;
-    EXPECT_TRUE(device.control()->ControlWrite(&firmware, &one));
-    EXPECT_EQ(std::u16string(device.manufacturer.data()), u"Simulated bench");
-    EXPECT_TRUE(device.highSpeed);
-    for (const TransferMode mode : {TransferMode::kDirect, TransferMode::kBuffered}) {
-      for (auto* endPoint : {device.endPoints.bulkOut, device.endPoints.bulkIn}) {
-        endPoint->mode = mode;
-        endPoint->timeOut = 100;
-      }
-      Bytes out = RandomBytes(1000);
-      Bytes in(1200);
-      uint32_t length = 1000;
-      EXPECT_TRUE(device.endPoints.bulkOut->Transfer(out.data(), &length));
-      length = 1200;
-      EXPECT_TRUE(device.endPoints.bulkIn->Transfer(in.data(), &length));
-      in.resize(length);
-      EXPECT_EQ(in, out);
-      const uint64_t before = sim::bench().clock().Now();
-      EXPECT_FALSE(device.endPoints.bulkIn->Transfer(in.data(), &length));  // nothing comes
-      EXPECT_GE(sim::bench().clock().Now() - before, 100'000'000u);
-    }
-    Bytes in(3000);
-    uint32_t length = 3000;
-    EXPECT_TRUE(device.endPoints.isochronousIn->Transfer(in.data(), &length));
-    EXPECT_EQ(length, 3000u);
-    EXPECT_EQ(in[300], 300 & 0xFF);
-    EXPECT_TRUE(device.ResetPort());
+    ExpectEveryTransfer(device);
   }
   sim::ReplaceBench("adapter=lpt");
 }

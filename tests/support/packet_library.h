@@ -1,6 +1,5 @@
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <cstring>
 #include <functional>
@@ -9,36 +8,33 @@
 #include <utility>
 #include <vector>
 
-#include "brisk/brisk_types.h"
-
+#include "contracts/debug_board.h"
 #include "sim/config/bench.h"
 
 namespace brisk {
 
-using LibraryPacket = std::array<uint8_t, 64>;
-struct LibraryExchange {
-  LibraryPacket command{};
-  LibraryPacket data{};
-  bool statusRead = false;
-};
-
 struct PacketLibraryState {
+  using Packet = debug_board::Packet;
+  struct Exchange {
+    Packet command{};
+    Packet data{};
+    bool statusRead = false;
+  };
+
   bool board = true;
   uint32_t status = 1;  // what status reads return
-  std::function<LibraryPacket(const LibraryPacket& command)> reply = [](const LibraryPacket&) {
-    return LibraryPacket{};
-  };
-  std::vector<LibraryExchange> exchanges;
+  std::function<Packet(const Packet& command)> reply = [](const Packet&) { return Packet{}; };
+  std::vector<Exchange> exchanges;
   std::vector<std::string> opened;
   int closed = 0;
   bool expectData = false;
   std::string error;
 };
+
 // Stands in for the debug board's library: writes down every transfer and answers as a test says.
 class PacketLibrary {
  public:
-  using Packet = LibraryPacket;
-  using Exchange = LibraryExchange;
+  using Exchange = PacketLibraryState::Exchange;
 
   static void Install(sim::Bench& bench, bool withBoard = true) {
     state = {};
@@ -83,8 +79,7 @@ class PacketLibrary {
     const bool toBoard = exchange.command[0] == 0x38;
     if (pipe != &handles[toBoard ? 0 : 1]) state.error = "data on the wrong pipe";
     if (!toBoard) {
-      const Packet reply = state.reply(exchange.command);
-      std::memcpy(bytes, reply.data(), 64);
+      std::memcpy(bytes, state.reply(exchange.command).data(), 64);
     }
     std::memcpy(exchange.data.data(), bytes, 64);
     state.expectData = false;

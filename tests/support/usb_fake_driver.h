@@ -78,8 +78,7 @@ struct FakeDriver final : DeviceInterfaces {
     auto* target = static_cast<uint8_t*>(out);
     const Request& request = requests.back();
     if (code == 0x220020 && request.in[0] == 0x80) {
-      const auto found =
-          descriptors.find(static_cast<uint16_t>(request.in[2] | request.in[3] << 8));
+      const auto found = descriptors.find(ReadAs<uint16_t>(Bytes(request.in).subspan(2)));
       if (found == descriptors.end()) return {false, 0};
       const size_t count = std::min<size_t>(found->second.size(), outSize - 38);
       std::copy_n(found->second.begin(), count, target + 38);
@@ -91,10 +90,7 @@ struct FakeDriver final : DeviceInterfaces {
   struct Pending final : PendingRequest {
     Pending(FakeDriver& owner, Reply given) : driver(owner), reply(given) {}
     uint32_t StartError() const override { return reply.startError; }
-    bool Wait(uint32_t milliseconds) override {
-      waited = milliseconds;
-      return reply.answers;
-    }
+    bool Wait(uint32_t /*milliseconds*/) override { return reply.answers; }
     void Wait() override { EXPECT_TRUE(driver.cancelled); }
     bool Result(uint32_t* bytesReturned) override {
       *bytesReturned = reply.answers ? reply.count : 0;
@@ -102,7 +98,6 @@ struct FakeDriver final : DeviceInterfaces {
     }
     FakeDriver& driver;
     Reply reply;
-    uint32_t waited = 0;
   };
   struct OpenDevice final : OpenedDevice {
     explicit OpenDevice(FakeDriver& owner) : driver(owner) { ++driver.open; }
@@ -123,6 +118,9 @@ struct FakeDriver final : DeviceInterfaces {
     FakeDriver& driver;
   };
 };
+
+using Reply = FakeDriver::Reply;
+using Request = FakeDriver::Request;
 
 inline std::vector<uint8_t> DeviceBytes(uint16_t vendor, uint8_t configs) {
   std::vector<uint8_t> bytes = {18, 1,    0,    2,    0xFF, 0, 0, 64, 0,

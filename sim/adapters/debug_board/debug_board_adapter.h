@@ -31,11 +31,6 @@ class DebugBoardAdapter final : public Adapter {
   // The reply, or the status byte. The result is the bytes that came, 0 when the transfer failed.
   size_t ReadPipe1(std::span<uint8_t> packet);
 
-  uint8_t port(uint8_t number) const { return ports_[number]; }
-  void SetPort(uint8_t number, uint8_t value) { ports_[number] = value; }
-  // System handles that the library's user still holds.
-  int openHandles = 0;
-
  private:
   enum class Expects : uint8_t { kCommand, kData, kReply, kStatus };
   struct FlashCommand;

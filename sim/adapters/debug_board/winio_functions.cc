@@ -48,16 +48,11 @@ void* Unwrap(void* handle) { return handle; }
 void Close(void* /*handle*/) {}
 #endif
 
-void* Open(DebugBoardAdapter& board, void* inside) {
-  ++board.openHandles;
-  return Wrap(inside);
-}
-
 }  // namespace
 
 BRISK_VENDOR_FUNCTION void* BRISK_CALL W6563_OpenDev() {
   const auto board = Boards::Last();
-  if (board != nullptr && board->Present()) return Open(*board, &device);
+  if (board != nullptr && board->Present()) return Wrap(&device);
   // NOLINTNEXTLINE(performance-no-int-to-ptr): what the library's users compare with
   return reinterpret_cast<void*>(~uintptr_t{0});
 }
@@ -65,8 +60,8 @@ BRISK_VENDOR_FUNCTION void* BRISK_CALL W6563_OpenDev() {
 BRISK_VENDOR_FUNCTION void* BRISK_CALL W6563_OpenPipe(const char* name) {
   const auto board = Boards::Last();
   if (board == nullptr || !board->Present()) return nullptr;
-  if (std::strcmp(name, debug_board::kPipe0) == 0) return Open(*board, &pipes[0]);
-  return std::strcmp(name, debug_board::kPipe1) == 0 ? Open(*board, &pipes[1]) : nullptr;
+  if (std::strcmp(name, debug_board::kPipe0) == 0) return Wrap(&pipes[0]);
+  return std::strcmp(name, debug_board::kPipe1) == 0 ? Wrap(&pipes[1]) : nullptr;
 }
 
 // Moves data in the direction of its pipe.
@@ -89,10 +84,8 @@ BRISK_VENDOR_FUNCTION uint32_t BRISK_CALL W6563_BulkRead(void* handle, void* buf
 }
 
 BRISK_VENDOR_FUNCTION void BRISK_CALL W6563_CloseHandle(void* handle) {
-  const auto board = Boards::Last();
   const void* inside = Unwrap(handle);
   if (inside != &device && inside != &pipes[0] && inside != &pipes[1]) return;
-  if (board != nullptr) --board->openHandles;
   Close(handle);
 }
 
