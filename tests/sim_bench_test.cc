@@ -289,11 +289,18 @@ TEST(SimOptions, WrongTextsSayWhatIsKnown) {
       {"seed=1a", "seed=1a: a number is needed"},
       {"fault=nack", "unknown fault 'nack'; did you mean 'nak'?"},
       {"fault=nak:eprom", "unknown device 'eprom'; did you mean 'eeprom'?"},
-      {"fault=nak@x", "an occasion is a number"},
+      {"fault=nak@x", "an occasion is a number from 1"},
+      {"fault=nak@0", "an occasion is a number from 1"},
+      {"fault=nak+", "unknown fault ''"},
       {"fault=nak%200", "a chance is a whole number of percent"},
       {"fault=sda-low:1", "fault 'sda-low' takes no argument"},
       {"fault=disk-full", "fault 'disk-full' needs a number"},
       {"fault=flash-busy:long", "takes a number, not 'long'"},
+      {"adapter=ft2232h,fault=d2xx-fails:FT_Wirte", "'FT_Wirte'; did you mean 'FT_Write'?"},
+      {"adapter=u2c,fault=u2c-fails:FT_Write", "unknown U2C function 'FT_Write'; known: U2C_"},
+      {"fault=line-gone,adapter=u2c", "that are not connected: uart text-bridge"},
+      {"adapter=text-bridge,fault=line-width",
+       "'line-width' is of adapters that are not connected"},
   };
   for (const Wrong& test : cases) {
     Options options;

@@ -131,7 +131,10 @@ TEST_F(SimFlash, StaysBusyForItsTimeAndAnswersOnlyStatus) {
 }
 
 TEST_F(SimFlash, BusyFaults) {
-  ASSERT_EQ(bench_->SetFault("flash-busy:6000"), "");
+  ASSERT_EQ(bench_->SetFault("flash-busy:6000@2"), "");
+  Run("06 0200000000");
+  bench_->clock().Advance(1'000'000);
+  EXPECT_EQ(Run("05?1"), "00");
   Run("06 0200000000");
   bench_->clock().Advance(5'900'000'000);
   EXPECT_EQ(Run("05?1"), "03");
@@ -283,6 +286,8 @@ const struct {
     {"of another", "fault=nak:eeprom", "S F410 P S A010 P", "++-"},
     {"of one byte", "fault=nak@1", "S F410 P S F410 P", "-++"},
     {"of a later one", "fault=nak@3", "S F4101112 P", "++-"},
+    {"of two of them", "fault=nak@1+nak:controller@3", "S F410 P S F410 P", "-+-"},
+    {"each with its own count", "fault=nak@2+nak:eeprom@1", "S F410 P S A0 P", "+--"},
     {"with no chance", "fault=nak%0", "S F4101112 P", "++++"},
     {"of one that is not there", "fault=nak:ten-bit@2", "S F4101112 P", "++++"},
 };
@@ -336,7 +341,10 @@ TEST_F(SimI2c, OneLostAcknowledgeLosesNothingElse) {
 
 TEST_F(SimI2c, StuckLinesStayLow) {
   sim::I2cWires& wires = bench_->board().i2c();
-  ASSERT_EQ(bench_->SetFault("sda-low"), "");
+  ASSERT_EQ(bench_->SetFault("sda-low@20"), "");
+  EXPECT_TRUE(wires.sda());
+  EXPECT_EQ(Run("S F410FF P"), "+++");  // stuck after the first bit of the third byte
+  EXPECT_EQ(Register(0x10), 0x80);
   EXPECT_FALSE(wires.sda());
   EXPECT_TRUE(wires.scl());
   ASSERT_EQ(bench_->SetFault("scl-low"), "");
@@ -345,7 +353,7 @@ TEST_F(SimI2c, StuckLinesStayLow) {
   bench_->ClearFaults();
   EXPECT_TRUE(wires.scl());
   EXPECT_TRUE(wires.sda());
-  EXPECT_EQ(Register(0x10), 0);
+  EXPECT_EQ(Register(0x10), 0x80);
 }
 
 TEST_F(SimI2c, RandomFaultsRepeatWithTheSeed) {

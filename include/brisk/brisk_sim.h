@@ -38,15 +38,17 @@ BRISK_BEGIN_DECLS
  *   seed=N                of everything drawn at random; default 1
  *   debug=none | stderr   where debug lines go; default none
  *   fault=KIND[:ARGUMENT][@N][%P][+...]
- *                         what goes wrong: at every occasion, at the Nth only, or by a chance of
- *                         P percent. The kinds are listed below.
+ *                         what goes wrong: at every occasion, at the Nth only (from 1), or by a
+ *                         chance of P percent. Each of several counts for itself; what is a state
+ *                         (a stuck line, something unplugged) stays from then on. The kinds are
+ *                         listed below; a fault of an adapter that is not connected is an error.
  *
  * On the board and the PC, whatever the adapter:
  *   nak[:DEVICE]          an I2C device does not acknowledge: any, or controller, eeprom, ten-bit
- *   sda-low, scl-low      the line is stuck
+ *   sda-low, scl-low      the line is stuck, from a falling edge of SCL on
  *   flash-busy[:MS]       a program or erase never ends, or takes that long
  *   open-refused          a file cannot be opened
- *   disk-full:BYTES       a file takes no more
+ *   disk-full:BYTES       a file that is created takes no more
  * Of adapters debug-board and tcon-usb:
  *   usb-stall             a transfer is refused
  *   usb-time-out          a transfer is never answered
@@ -59,7 +61,7 @@ BRISK_BEGIN_DECLS
  *   line-split:MS         there is a pause between the bytes of an answer
  *   line-junk:BYTES       an answer comes behind so many bytes of junk
  *   line-width            a register frame is answered with a wrong width (uart only)
- *   line-gone             the adapter is unplugged
+ *   line-gone             the adapter is unplugged; an occasion is a byte, in either direction
  * Of the FTDI adapters:
  *   d2xx-fails[:FT_NAME]  a D2XX function fails: any, or the one named
  *   d2xx-short-write:N    FT_Write takes at most N bytes

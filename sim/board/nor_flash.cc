@@ -189,9 +189,8 @@ void NorFlash::Erase(uint32_t first, uint32_t count, uint64_t nanoseconds) {
 
 void NorFlash::StayBusy(uint64_t nanoseconds) {
   writeEnabled_ = false;  // seen set until the operation has ended
-  uint64_t stuckMs = 0;
-  if (faults_.Number(FaultKind::kFlashBusy, &stuckMs)) {
-    nanoseconds = stuckMs == 0 ? kForever : stuckMs * kMillisecond;
+  if (const auto stuckMs = faults_.Amount(FaultKind::kFlashBusy)) {
+    nanoseconds = *stuckMs == 0 ? kForever : *stuckMs * kMillisecond;
   }
   busyUntil_ = nanoseconds == kForever ? kForever : clock_.Now() + nanoseconds;
 }

@@ -3,50 +3,71 @@
 #include <algorithm>
 #include <charconv>
 #include <iterator>
+#include <span>
 
+#include "contracts/d2xx.h"
+#include "contracts/u2c.h"
 #include "sim/common/names.h"
 
 namespace brisk::sim {
 namespace {
 
-enum class Argument : uint8_t { kNone, kDevice, kNumber, kFunction };
+// Where a device, a function or `kNumberOrNone` is left out, any is meant.
+enum class Argument : uint8_t { kNone, kDevice, kNumber, kNumberOrNone, kD2xx, kU2c };
+
+constexpr bool kStays = true;
+
+// What has the fault: adapters, by name; nothing = the board or the PC, whatever connects them.
+constexpr std::string_view kUsbBoards[] = {"debug-board", "tcon-usb"};
+constexpr std::string_view kBridges[] = {"uart", "text-bridge"};
+constexpr std::string_view kUart[] = {"uart"};
+constexpr std::string_view kFtdi[] = {"ft2232c", "ft2232c-2", "talvo", "ft2232h", "ft4232h"};
+constexpr std::string_view kU2c[] = {"u2c"};
 
 struct Kind {
   FaultKind kind;
   std::string_view name;
-  Argument argument;
-  bool needed;
-  std::string_view example = {};  // of a function: the library's functions begin as this one does
+  std::span<const std::string_view> adapters;
+  Argument argument = Argument::kNone;
+  bool stays = false;  // once it has struck; what is unplugged remembers that by itself
 };
 
-// Where an argument may be left out, any device or any function is meant.
 constexpr Kind kKinds[] = {
-    {FaultKind::kNak, "nak", Argument::kDevice, false},
-    {FaultKind::kSdaLow, "sda-low", Argument::kNone, false},
-    {FaultKind::kSclLow, "scl-low", Argument::kNone, false},
-    {FaultKind::kFlashBusy, "flash-busy", Argument::kNumber, false},  // ms an operation takes
-    {FaultKind::kOpenRefused, "open-refused", Argument::kNone, false},
-    {FaultKind::kDiskFull, "disk-full", Argument::kNumber, true},  // bytes that a file takes
-    {FaultKind::kUsbStall, "usb-stall", Argument::kNone, false},
-    {FaultKind::kUsbTimeOut, "usb-time-out", Argument::kNone, false},
-    {FaultKind::kUsbShort, "usb-short", Argument::kNone, false},
-    {FaultKind::kUsbStatus, "usb-status", Argument::kNone, false},
-    {FaultKind::kUsbUnplug, "usb-unplug", Argument::kNone, false},
-    {FaultKind::kLineSilent, "line-silent", Argument::kNone, false},
-    {FaultKind::kLineDelay, "line-delay", Argument::kNumber, true},  // ms
-    {FaultKind::kLineSplit, "line-split", Argument::kNumber, true},  // ms
-    {FaultKind::kLineJunk, "line-junk", Argument::kNumber, true},    // bytes
-    {FaultKind::kLineWidth, "line-width", Argument::kNone, false},
-    {FaultKind::kLineGone, "line-gone", Argument::kNone, false},
-    {FaultKind::kD2xxFails, "d2xx-fails", Argument::kFunction, false, "FT_Write"},
-    {FaultKind::kShortWrite, "d2xx-short-write", Argument::kNumber, true},  // bytes that it takes
-    {FaultKind::kNoAnswers, "ftdi-no-answers", Argument::kNone, false},
-    {FaultKind::kUnplugged, "ftdi-unplug", Argument::kNone, false},  // from the call it strikes on
-    {FaultKind::kU2cAbsent, "u2c-absent", Argument::kNone, false},
-    {FaultKind::kU2cFails, "u2c-fails", Argument::kFunction, false, "U2C_Write"},
+    {FaultKind::kNak, "nak", {}, Argument::kDevice},
+    {FaultKind::kSdaLow, "sda-low", {}, Argument::kNone, kStays},
+    {FaultKind::kSclLow, "scl-low", {}, Argument::kNone, kStays},
+    {FaultKind::kFlashBusy, "flash-busy", {}, Argument::kNumberOrNone},  // ms an operation takes
+    {FaultKind::kOpenRefused, "open-refused", {}},
+    {FaultKind::kDiskFull, "disk-full", {}, Argument::kNumber},  // bytes that a file takes
+    {FaultKind::kUsbStall, "usb-stall", kUsbBoards},
+    {FaultKind::kUsbTimeOut, "usb-time-out", kUsbBoards},
+    {FaultKind::kUsbShort, "usb-short", kUsbBoards},
+    {FaultKind::kUsbStatus, "usb-status", kUsbBoards},
+    {FaultKind::kUsbUnplug, "usb-unplug", kUsbBoards},
+    {FaultKind::kLineSilent, "line-silent", kBridges},
+    {FaultKind::kLineDelay, "line-delay", kBridges, Argument::kNumber},  // ms
+    {FaultKind::kLineSplit, "line-split", kBridges, Argument::kNumber},  // ms
+    {FaultKind::kLineJunk, "line-junk", kBridges, Argument::kNumber},    // bytes
+    {FaultKind::kLineWidth, "line-width", kUart},
+    {FaultKind::kLineGone, "line-gone", kBridges, Argument::kNone, kStays},
+    {FaultKind::kD2xxFails, "d2xx-fails", kFtdi, Argument::kD2xx},
+    {FaultKind::kShortWrite, "d2xx-short-write", kFtdi, Argument::kNumber},  // bytes that it takes
+    {FaultKind::kNoAnswers, "ftdi-no-answers", kFtdi},
+    {FaultKind::kUnplugged, "ftdi-unplug", kFtdi},
+    {FaultKind::kU2cAbsent, "u2c-absent", kU2c},
+    {FaultKind::kU2cFails, "u2c-fails", kU2c, Argument::kU2c},
 };
+
+const Kind& KindOf(FaultKind kind) { return *std::ranges::find(kKinds, kind, &Kind::kind); }
 
 constexpr std::string_view kDevices[] = {"controller", "eeprom", "ten-bit"};
+
+#define BRISK_D2XX_NAME(name, ...) "FT_" #name,
+constexpr std::string_view kD2xxNames[] = {BRISK_D2XX_FUNCTIONS(BRISK_D2XX_NAME)};
+#undef BRISK_D2XX_NAME
+#define BRISK_U2C_NAME(name, ...) "U2C_" #name,
+constexpr std::string_view kU2cNames[] = {BRISK_U2C_FUNCTIONS(BRISK_U2C_NAME)};
+#undef BRISK_U2C_NAME
 
 bool ParseNumber(std::string_view text, uint64_t* number) {
   const char* end = text.data() + text.size();
@@ -63,40 +84,58 @@ bool CutNumber(std::string_view* text, char mark, uint64_t* number) {
   return true;
 }
 
+std::string CheckName(std::string_view what, std::string_view name,
+                      std::span<const std::string_view> known) {
+  if (std::ranges::find(known, name) != known.end()) return "";
+  return UnknownName(what, name, {known.begin(), known.end()});
+}
+
 std::string CheckArgument(const Kind& kind, Fault* fault) {
   const std::string name(kind.name);
   if (fault->argument.empty()) {
-    return kind.needed ? "fault '" + name + "' needs a number, as in '" + name + ":1000'" : "";
+    if (kind.argument != Argument::kNumber) return "";
+    return "fault '" + name + "' needs a number, as in '" + name + ":1000'";
   }
   switch (kind.argument) {
     case Argument::kNone:
       return "fault '" + name + "' takes no argument";
-    case Argument::kNumber:
-      if (ParseNumber(fault->argument, &fault->number)) return "";
-      return "fault '" + name + "' takes a number, not '" + fault->argument + "'";
-    case Argument::kFunction:
-      if (fault->argument.starts_with(kind.example.substr(0, kind.example.find('_') + 1))) {
-        return "";
-      }
-      return "fault '" + name + "' takes a function such as " + std::string(kind.example) +
-             ", not '" + fault->argument + "'";
     case Argument::kDevice:
+      return CheckName("device", fault->argument, kDevices);
+    case Argument::kD2xx:
+      return CheckName("D2XX function", fault->argument, kD2xxNames);
+    case Argument::kU2c:
+      return CheckName("U2C function", fault->argument, kU2cNames);
+    case Argument::kNumber:
+    case Argument::kNumberOrNone:
       break;
   }
-  if (std::ranges::find(kDevices, fault->argument) != std::end(kDevices)) return "";
-  return UnknownName("device", fault->argument, {std::begin(kDevices), std::end(kDevices)});
+  if (ParseNumber(fault->argument, &fault->number)) return "";
+  return "fault '" + name + "' takes a number, not '" + fault->argument + "'";
+}
+
+std::string CheckAdapters(const Kind& kind, const std::vector<std::string>& connected) {
+  const auto among = [&](std::string_view one) {
+    return std::ranges::find(connected, one) != connected.end();
+  };
+  if (kind.adapters.empty() || std::ranges::any_of(kind.adapters, among)) return "";
+  std::string wrong =
+      "fault '" + std::string(kind.name) + "' is of adapters that are not connected:";
+  for (const std::string_view name : kind.adapters) wrong.append(" ").append(name);
+  return wrong;
 }
 
 }  // namespace
 
-std::string Faults::Parse(std::string_view text, Fault* fault) {
+std::string Faults::Parse(std::string_view text, const std::vector<std::string>& adapters,
+                          Fault* fault) {
   const std::string whole(text);
   *fault = {};
   uint64_t percent = 100;
   if (!CutNumber(&text, '%', &percent) || percent > 100) {
     return "fault '" + whole + "': a chance is a whole number of percent, as in 'nak%5'";
   }
-  if (!CutNumber(&text, '@', &fault->at)) {
+  const bool counted = text.find('@') != std::string_view::npos;
+  if (!CutNumber(&text, '@', &fault->at) || (counted && fault->at == 0)) {
     return "fault '" + whole + "': an occasion is a number from 1, as in 'nak@3'";
   }
   fault->percent = static_cast<unsigned>(percent);
@@ -106,7 +145,8 @@ std::string Faults::Parse(std::string_view text, Fault* fault) {
   for (const Kind& kind : kKinds) {
     if (kind.name != name) continue;
     fault->kind = kind.kind;
-    return CheckArgument(kind, fault);
+    std::string wrong = CheckArgument(kind, fault);
+    return wrong.empty() ? CheckAdapters(kind, adapters) : wrong;
   }
   std::vector<std::string_view> known;
   for (const Kind& kind : kKinds) known.push_back(kind.name);
@@ -115,7 +155,7 @@ std::string Faults::Parse(std::string_view text, Fault* fault) {
 
 void Faults::Add(const Fault& fault) {
   const std::lock_guard lock(mutex_);
-  set_.push_back({fault, 0});
+  set_.push_back({fault});
   any_ = true;
 }
 
@@ -125,19 +165,17 @@ void Faults::Clear() {
   any_ = false;
 }
 
-bool Faults::Active(FaultKind kind, std::string_view argument) const {
+bool Faults::Active(FaultKind kind) const {
   if (!any_) return false;
   const std::lock_guard lock(mutex_);
-  return std::ranges::any_of(set_, [&](const Set& set) {
-    return set.fault.kind == kind &&
-           (set.fault.argument.empty() || argument.empty() || set.fault.argument == argument);
+  return std::ranges::any_of(set_, [kind](const Set& set) {
+    return set.fault.kind == kind && (set.stays || set.Always());
   });
 }
 
-bool Faults::Strikes(FaultKind kind, std::string_view argument) {
-  if (!any_) return false;
-  const std::lock_guard lock(mutex_);
-  bool strikes = false;
+// Each is asked, so that each counts.
+const Faults::Set* Faults::Struck(FaultKind kind, std::string_view argument) {
+  const Set* first = nullptr;
   for (Set& set : set_) {
     const Fault& fault = set.fault;
     if (fault.kind != kind) continue;
@@ -145,25 +183,24 @@ bool Faults::Strikes(FaultKind kind, std::string_view argument) {
     ++set.occasions;
     const bool itsTurn = fault.at == 0 || fault.at == set.occasions;
     const bool drawn = fault.percent == 100 || random_() % 100 < fault.percent;
-    strikes = strikes || (itsTurn && drawn);
+    if (!set.stays && !(itsTurn && drawn)) continue;
+    set.stays = KindOf(kind).stays;
+    if (first == nullptr) first = &set;
   }
-  return strikes;
+  return first;
 }
 
-uint64_t Faults::Amount(FaultKind kind) {
-  uint64_t number = 0;
-  return Strikes(kind) && Number(kind, &number) ? number : 0;
-}
-
-bool Faults::Number(FaultKind kind, uint64_t* number) const {
+bool Faults::Strikes(FaultKind kind, std::string_view argument) {
   if (!any_) return false;
   const std::lock_guard lock(mutex_);
-  for (const Set& set : set_) {
-    if (set.fault.kind != kind) continue;
-    *number = set.fault.number;
-    return true;
-  }
-  return false;
+  return Struck(kind, argument) != nullptr;
+}
+
+std::optional<uint64_t> Faults::Amount(FaultKind kind) {
+  if (!any_) return std::nullopt;
+  const std::lock_guard lock(mutex_);
+  const Set* struck = Struck(kind, {});
+  return struck != nullptr ? std::optional(struck->fault.number) : std::nullopt;
 }
 
 }  // namespace brisk::sim

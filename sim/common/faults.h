@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstdint>
 #include <mutex>
+#include <optional>
 #include <random>
 #include <string>
 #include <string_view>
@@ -39,8 +40,9 @@ enum class FaultKind : uint8_t {
 
 // One fault as text: KIND[:ARGUMENT][@N][%P]. The argument narrows it (a device, a time, a size);
 // "@N" lets it strike at the Nth occasion only, counted from 1 since it was set; "%P" with a chance
-// of P percent, drawn from the bench's seed. Neither: at every occasion. For example
-// "nak:eeprom@2", "flash-busy:6000", "disk-full:1000", "sda-low".
+// of P percent, drawn from the bench's seed. Neither: at every occasion. A kind that is a state (a
+// stuck line, an adapter unplugged) stays once it has struck. Several combine, each with a count of
+// its own. For example "nak:eeprom@2", "flash-busy:6000", "line-delay:30@5+line-gone@100".
 struct Fault {
   FaultKind kind = FaultKind::kNak;
   std::string argument;
@@ -54,25 +56,31 @@ class Faults {
  public:
   explicit Faults(uint32_t seed) : random_(seed) {}
 
-  // Empty when done, else what is wrong with the text.
-  static std::string Parse(std::string_view text, Fault* fault);
+  // Empty when done, else what is wrong with the text, or that no adapter among these has such a
+  // fault.
+  static std::string Parse(std::string_view text, const std::vector<std::string>& adapters,
+                           Fault* fault);
   void Add(const Fault& fault);
   void Clear();
 
-  // Whether a fault of this kind is set that has no argument or this one. Counts no occasion.
-  bool Active(FaultKind kind, std::string_view argument = {}) const;
-  // The same for one occasion, which it counts.
+  // Whether a fault of this kind that is a state is in force: at every occasion, or since it
+  // struck. Counts no occasion.
+  bool Active(FaultKind kind) const;
+  // Whether a fault of this kind strikes that has no argument or this one. This is one occasion,
+  // which each of them counts.
   bool Strikes(FaultKind kind, std::string_view argument = {});
-  // The number of a fault that strikes on this occasion, which is counted; 0 when none does.
-  uint64_t Amount(FaultKind kind);
-  // Whether a fault of this kind is set, and its number. Counts no occasion.
-  bool Number(FaultKind kind, uint64_t* number) const;
+  // The same of a kind with a number, which is that of the first one set of those that strike.
+  std::optional<uint64_t> Amount(FaultKind kind);
 
  private:
   struct Set {
     Fault fault;
     uint64_t occasions = 0;
+    bool stays = false;  // struck, and a state
+
+    bool Always() const { return fault.at == 0 && fault.percent == 100; }
   };
+  const Set* Struck(FaultKind kind, std::string_view argument);
 
   mutable std::mutex mutex_;
   std::atomic<bool> any_{false};  // the usual answer without the lock

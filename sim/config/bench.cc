@@ -11,7 +11,7 @@ Bench::Bench(Private, const Options& options)
       faults_(options.seed),
       trace_(clock_),
       board_(options, clock_, trace_, faults_),
-      stuck_(board_.i2c().AddDriver()),
+      stuck_(board_.i2c(), faults_),
       ports_(clock_),
       debugStream_(options.debugToStderr),
       system_(options.nt),
@@ -74,7 +74,7 @@ Adapter* Bench::adapter(std::string_view name) {
 
 std::string Bench::SetFault(std::string_view text) {
   Fault fault;
-  std::string wrong = Faults::Parse(text, &fault);
+  std::string wrong = Faults::Parse(text, options_.adapters, &fault);
   if (wrong.empty()) {
     faults_.Add(fault);
     HoldStuckLines();
@@ -87,11 +87,9 @@ void Bench::ClearFaults() {
   HoldStuckLines();
 }
 
-// A driver of its own, beside those of adapters and devices.
 void Bench::HoldStuckLines() {
   const std::lock_guard lock(board_.mutex());
-  board_.i2c().Drive(stuck_, !faults_.Active(FaultKind::kSclLow),
-                     !faults_.Active(FaultKind::kSdaLow));
+  stuck_.Hold();
 }
 
 }  // namespace brisk::sim

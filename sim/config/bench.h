@@ -9,6 +9,7 @@
 #include "platform/platform.h"
 #include "sim/adapters/adapter.h"
 #include "sim/board/board.h"
+#include "sim/board/stuck_lines.h"
 #include "sim/board/trace.h"
 #include "sim/common/faults.h"
 #include "sim/common/virtual_clock.h"
@@ -63,7 +64,6 @@ class Bench {
 
  private:
   bool Connect(std::string* whyNot);
-  // Pulls low what a fault says is stuck, and lets go of the rest.
   void HoldStuckLines();
 
   const Options options_;
@@ -71,7 +71,7 @@ class Bench {
   Faults faults_;
   Trace trace_;
   Board board_;
-  const I2cWires::Driver stuck_;
+  StuckLines stuck_;
   PortBus ports_;
   LibraryShelf libraries_;
   SerialSockets serialPorts_;

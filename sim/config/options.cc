@@ -113,12 +113,14 @@ std::string SetSeed(std::string_view value, Options* options) {
   return ParseNumber(value, &options->seed) ? "" : NotANumber("seed", value, "a number");
 }
 
-std::string SetFault(std::string_view value, Options* options) {
-  options->faults.clear();
-  for (const std::string_view text : Split(value, '+')) {
+// Of the adapters that all the text connects.
+std::string ParseFaults(Options* options) {
+  if (options->fault.empty()) return "";
+  for (const std::string_view text : Split(options->fault, '+')) {
     if (text == "none") continue;
     Fault fault;
-    if (std::string wrong = Faults::Parse(text, &fault); !wrong.empty()) return wrong;
+    std::string wrong = Faults::Parse(text, options->adapters, &fault);
+    if (!wrong.empty()) return wrong;
     options->faults.push_back(fault);
   }
   return "";
@@ -153,7 +155,7 @@ constexpr Key kKeys[] = {
      [](std::string_view value, Options* options) {
        return ParseChoice("debug", value, "none", "stderr", &options->debugToStderr);
      }},
-    {"fault", "KIND[:ARGUMENT][@N][%P][+...]: what goes wrong", SetFault},
+    {"fault", "KIND[:ARGUMENT][@N][%P][+...]: what goes wrong", SetText<&Options::fault>},
 };
 
 std::string SetOption(const std::string& option, Options* options) {
@@ -187,7 +189,7 @@ std::string ParseOptions(std::string_view text, Options* options) {
       option.clear();
     }
   }
-  return "";
+  return ParseFaults(options);
 }
 
 std::string OptionsHelp() {

@@ -21,6 +21,7 @@ struct Options : BoardOptions {
   uint32_t seed = 1;
   bool nt = true;  // the operating system is of the NT family
   bool debugToStderr = false;
+  std::string fault;  // as it was given
   std::vector<Fault> faults;
 };
 

@@ -15,9 +15,7 @@
 #include <unistd.h>
 #include <vector>
 
-#include "sim/adapters/bridges/serial_line.h"
-#include "sim/adapters/text_bridge/text_firmware.h"
-#include "sim/adapters/uart_bridge/uart_firmware.h"
+#include "sim/adapters/bridges/bridge_adapter.h"
 #include "sim/board/timing_controller.h"
 #include "sim/config/bench.h"
 
@@ -33,6 +31,10 @@ struct Arguments {
   uint32_t pauseMs = 5;
   std::vector<std::string> bench;
 };
+
+const char* AdapterName(const Arguments& arguments) {
+  return arguments.text ? "text-bridge" : "uart";
+}
 
 // False when the program is to end, with `exitCode`: it has told what is wrong, or its help.
 bool ParseArguments(int count, char** given, Arguments* arguments, int* exitCode) {
@@ -137,10 +139,9 @@ void PrintRegisters(Bench& bench) {
   std::printf("\n");
 }
 
-// Null when the options are wrong, which standard error is told. The bridge is no adapter of the
-// bench: it moves the board on its own.
+// Null when the options are wrong, which standard error is told.
 std::unique_ptr<Bench> MakeBench(const Arguments& arguments) {
-  std::string text = "clock=real,adapter=none";
+  std::string text = std::string("clock=real,adapter=") + AdapterName(arguments);
   for (const std::string& option : arguments.bench) text += "," + option;
   Options options;
   std::string wrong = ParseOptions(text, &options);
@@ -149,18 +150,26 @@ std::unique_ptr<Bench> MakeBench(const Arguments& arguments) {
   return bench;
 }
 
+// The line of the bench's bridge, which nothing opens on the PC's side; null when the options have
+// connected something else.
+SerialLine* LineOf(Bench& bench, const Arguments& arguments) {
+  auto* adapter = dynamic_cast<BridgeAdapter*>(bench.adapter(AdapterName(arguments)));
+  return adapter != nullptr ? &adapter->line() : nullptr;
+}
+
 int Main(int count, char** given) {
   Arguments arguments;
   int exitCode = 0;
   if (!ParseArguments(count, given, &arguments, &exitCode)) return exitCode;
   const std::unique_ptr<Bench> bench = MakeBench(arguments);
-  if (bench == nullptr) return kUsageError;
+  SerialLine* const found = bench != nullptr ? LineOf(*bench, arguments) : nullptr;
+  if (found == nullptr) return kUsageError;
+  SerialLine& line = *found;
   Terminal terminal;
   if (!terminal.Prepare()) {
     std::fprintf(stderr, "brisk_bridge_sim: no pseudo-terminal: %s\n", std::strerror(errno));
     return 1;
   }
-  SerialLine line(arguments.text ? MakeTextFirmware : MakeUartFirmware, bench->site());
   line.SetRate(arguments.rate);
   line.SetLeastPause(uint64_t{arguments.pauseMs} * 1'000'000);
   std::printf("%s\n", terminal.Path());

@@ -82,18 +82,15 @@ uint32_t SystemFacts::ProcessId() { return os::TheSystem().ProcessId(); }
 
 std::unique_ptr<File> FaultyFiles::OpenForReading(const char* path) {
   if (faults_.Strikes(FaultKind::kOpenRefused)) return nullptr;
-  return WithDiskFaults(os::TheFiles().OpenForReading(path));
+  return os::TheFiles().OpenForReading(path);
 }
 
 std::unique_ptr<File> FaultyFiles::Create(const char* path) {
   if (faults_.Strikes(FaultKind::kOpenRefused)) return nullptr;
-  return WithDiskFaults(os::TheFiles().Create(path));
-}
-
-std::unique_ptr<File> FaultyFiles::WithDiskFaults(std::unique_ptr<File> file) {
-  uint64_t room = 0;
-  if (file == nullptr || !faults_.Number(FaultKind::kDiskFull, &room)) return file;
-  return std::make_unique<FileOnFullDisk>(std::move(file), room);
+  std::unique_ptr<File> file = os::TheFiles().Create(path);
+  const auto room = file != nullptr ? faults_.Amount(FaultKind::kDiskFull) : std::nullopt;
+  if (!room) return file;
+  return std::make_unique<FileOnFullDisk>(std::move(file), *room);
 }
 
 bool FaultyFiles::Remove(const char* path) { return os::TheFiles().Remove(path); }

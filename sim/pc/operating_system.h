@@ -117,8 +117,6 @@ class FaultyFiles final : public Files {
   std::string AbsolutePath(const char* path) override;
 
  private:
-  std::unique_ptr<File> WithDiskFaults(std::unique_ptr<File> file);
-
   Faults& faults_;
 };
 

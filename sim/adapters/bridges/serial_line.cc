@@ -31,8 +31,8 @@ void SerialLine::Send(std::span<const uint8_t> bytes) { Send(bytes, clock_.Now()
 
 void SerialLine::Send(std::span<const uint8_t> bytes, uint64_t at) {
   sent_.insert(sent_.end(), bytes.begin(), bytes.end());
-  if (Gone()) return;
   for (const uint8_t value : bytes) {
+    if (faults_.Strikes(FaultKind::kLineGone)) return;
     toBridgeFree_ = std::max(toBridgeFree_, at) + byteNs_;
     toBridge_.push_back({value, toBridgeFree_});
   }
@@ -77,15 +77,16 @@ void SerialLine::Run() {
 
 void SerialLine::Put(uint8_t value, uint64_t notBefore) {
   toPcFree_ = std::max(toPcFree_, notBefore) + byteNs_;
+  if (faults_.Strikes(FaultKind::kLineGone)) return;
   if (toPc_.size() < kInputQueue) toPc_.push_back({value, toPcFree_});
 }
 
 void SerialLine::Answer(std::span<const uint8_t> bytes) {
   if (faults_.Strikes(FaultKind::kLineSilent)) return;
-  uint64_t at = BridgeTime() + faults_.Amount(FaultKind::kLineDelay) * kNsPerMs;
-  const uint64_t junk = faults_.Amount(FaultKind::kLineJunk);
+  uint64_t at = BridgeTime() + faults_.Amount(FaultKind::kLineDelay).value_or(0) * kNsPerMs;
+  const uint64_t junk = faults_.Amount(FaultKind::kLineJunk).value_or(0);
   for (uint64_t i = 0; i < junk; ++i) Put(kJunk[i % std::size(kJunk)], at);
-  const uint64_t gap = faults_.Amount(FaultKind::kLineSplit) * kNsPerMs;
+  const uint64_t gap = faults_.Amount(FaultKind::kLineSplit).value_or(0) * kNsPerMs;
   for (const uint8_t value : bytes) {
     Put(value, at);
     at = toPcFree_ + gap;

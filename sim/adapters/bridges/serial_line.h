@@ -39,7 +39,8 @@ class SerialLine final : public BridgeLine {
   // Every byte that the PC sent since the last call.
   std::vector<uint8_t> TakeSent();
 
-  // The bridge's side. Faults of the line (silence, delays, junk) strike here, an answer at a time.
+  // The bridge's side. Faults of the line (silence, delays, junk) strike here, an answer at a time;
+  // the line goes with a byte, in either direction.
   void Answer(std::span<const uint8_t> bytes) override;
 
  private:

@@ -128,21 +128,18 @@ uint32_t D2xxHost::Close(const char* function, Handle handle) {
 }
 
 uint32_t D2xxHost::Write(Slot& slot, const uint8_t* bytes, uint32_t count) {
-  uint64_t most = 0;
-  if (faults_.Strikes(FaultKind::kShortWrite) && faults_.Number(FaultKind::kShortWrite, &most)) {
-    count = static_cast<uint32_t>(std::min<uint64_t>(count, most));
+  if (const auto most = faults_.Amount(FaultKind::kShortWrite)) {
+    count = static_cast<uint32_t>(std::min<uint64_t>(count, *most));
   }
   clock_.Spend(kTransferNs);
   slot.writes.emplace_back(bytes, bytes + count);
   if (slot.writes.size() > kMostWrites) slot.writes.pop_front();
   slot.interface->Write(bytes, count);
+  if (faults_.Strikes(FaultKind::kNoAnswers)) slot.interface->Reset();
   return count;
 }
 
-uint32_t D2xxHost::Waiting(Slot& slot) {
-  if (faults_.Active(FaultKind::kNoAnswers)) slot.interface->Reset();
-  return static_cast<uint32_t>(slot.interface->Waiting());
-}
+uint32_t D2xxHost::Waiting(Slot& slot) { return static_cast<uint32_t>(slot.interface->Waiting()); }
 
 std::vector<std::vector<uint8_t>> D2xxHost::TakeWrites(std::string_view description) {
   const std::lock_guard lock(mutex_);

@@ -66,7 +66,7 @@ class D2xxHost {
   // Not found, or refused when it is open already, here or elsewhere.
   uint32_t Open(const char* function, uint32_t location, Handle* handle);
   uint32_t Close(const char* function, Handle handle);
-  // Inside On. Waiting loses the answers when a fault says so.
+  // Inside On. Write loses what is answered when a fault says so.
   uint32_t Write(Slot& slot, const uint8_t* bytes, uint32_t count);  // returns how many it took
   uint32_t Waiting(Slot& slot);
   static d2xx::ListNode Describe(const Slot& slot);
