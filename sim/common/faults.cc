@@ -63,9 +63,11 @@ const Kind& KindOf(FaultKind kind) { return *std::ranges::find(kKinds, kind, &Ki
 constexpr std::string_view kDevices[] = {"controller", "eeprom", "ten-bit"};
 
 #define BRISK_D2XX_NAME(name, ...) "FT_" #name,
+// NOLINTNEXTLINE(bugprone-suspicious-missing-comma): a prefix and a name make one
 constexpr std::string_view kD2xxNames[] = {BRISK_D2XX_FUNCTIONS(BRISK_D2XX_NAME)};
 #undef BRISK_D2XX_NAME
 #define BRISK_U2C_NAME(name, ...) "U2C_" #name,
+// NOLINTNEXTLINE(bugprone-suspicious-missing-comma): a prefix and a name make one
 constexpr std::string_view kU2cNames[] = {BRISK_U2C_FUNCTIONS(BRISK_U2C_NAME)};
 #undef BRISK_U2C_NAME
 
