@@ -75,10 +75,6 @@ void Instance::Detach(Detaching how) {
   ftdi_.Detach();
 }
 
-std::unique_lock<RecursiveLock> Instance::Lock() {
-  return lock_ != nullptr ? std::unique_lock(*lock_) : std::unique_lock<RecursiveLock>();
-}
-
 uint8_t Instance::deviceType() const { return SharedLoad(shared_.bDeviceType); }
 
 bool Instance::debugging() const { return SharedLoad(shared_.dwDebug) != 0; }

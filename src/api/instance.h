@@ -45,7 +45,9 @@ class Instance : public ProgressReporter {
 
   // The global lock; empty after detach has taken it away, when only the last steps of unloading
   // still call.
-  std::unique_lock<RecursiveLock> Lock();
+  std::unique_lock<RecursiveLock> Lock() {
+    return lock_ != nullptr ? std::unique_lock(*lock_) : std::unique_lock<RecursiveLock>();
+  }
 
   // Fields of the shared section are plain stores between processes; within one, threads may select
   // a device while others call.
@@ -71,7 +73,10 @@ class Instance : public ProgressReporter {
   void SetProgressCallback(BriskProgressCallback callback, void* context);
   bool Report(uint32_t done, uint32_t total) override;
   // True on the thread that is inside the progress callback, and so already holds the lock.
-  bool InsideCallback() const { return reporting_.load() == std::this_thread::get_id(); }
+  bool InsideCallback() const {
+    const std::thread::id reporting = reporting_;
+    return reporting != std::thread::id() && reporting == std::this_thread::get_id();
+  }
 
  private:
   // The selected port registers as the debug board writes them when it comes and goes: as
