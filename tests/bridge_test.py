@@ -68,7 +68,8 @@ def main():
     if not os.access(os.path.dirname(ports), os.W_OK):
         print(f"skipped: {os.path.dirname(ports)} cannot be written")
         return SKIPPED
-    good = True
+    refused = subprocess.run([bridge_sim, "adapter=lpt"], stderr=subprocess.PIPE, text=True, check=False)
+    good = refused.returncode == 2 and "the adapter is uart" in refused.stderr
     for kind, options, share in LINES:
         rounds = int(int(count) * share)
         good = run(bridge_sim, kind, options, rounds, ports, client) and good

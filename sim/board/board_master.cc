@@ -1,8 +1,7 @@
-// Quarters of an I2C bit; a change comes at the beginning of its quarter, and a byte moves in three
-// of them a bit:
+// Quarters of an I2C bit; a change comes at the beginning of its quarter:
 //
 //   START   SDA released | SCL released | SDA low | SCL low
-//   a bit   SDA | SCL released, SDA sampled | SCL low
+//   a bit   SCL low | SDA | SCL released, SDA sampled | SCL low
 //   STOP    both low | SCL released | SDA released
 #include "sim/board/board_master.h"
 
@@ -31,29 +30,29 @@ void BoardMaster::Stop() {
   Drive(true, true);
 }
 
-bool BoardMaster::Clock() {
-  Drive(true, sda_);
-  const bool level = board_.i2c().sda();
+bool BoardMaster::Clock(bool sda) {
   Drive(false, sda_);
+  Drive(false, sda);
+  Drive(true, sda);
+  const bool level = board_.i2c().sda();
+  Drive(false, sda);
   return level;
 }
 
 bool BoardMaster::Send(uint8_t byte) {
-  for (int bit = 7; bit >= 0; --bit) {
-    Drive(false, (byte >> bit & 1) != 0);
-    Clock();
-  }
-  Drive(false, true);
-  return !Clock();
+  for (unsigned mask = 0x80; mask != 0; mask >>= 1) Clock((byte & mask) != 0);
+  return !Clock(true);
 }
 
 uint8_t BoardMaster::Receive(bool acknowledge) {
+  const uint8_t byte = ReceiveBits();
+  Acknowledge(acknowledge);
+  return byte;
+}
+
+uint8_t BoardMaster::ReceiveBits() {
   unsigned byte = 0;
-  Drive(false, true);
-  for (int bit = 0; bit < 8; ++bit) byte = byte << 1 | (Clock() ? 1U : 0U);
-  Drive(false, !acknowledge);
-  Clock();
-  Drive(false, true);
+  for (int bit = 0; bit < 8; ++bit) byte = byte << 1 | (Clock(true) ? 1U : 0U);
   return static_cast<uint8_t>(byte);
 }
 

@@ -9,7 +9,7 @@ namespace brisk::sim {
 
 // A microcontroller's I2C and SPI masters on the board's lines, bit by bit: 100 kHz and 1 MHz
 // unless other rates are set. Nothing stretches SCL or takes the bus away, so no call waits or
-// fails.
+// fails. While the bus is taken SCL rests low.
 class BoardMaster {
  public:
   BoardMaster(Board& board, VirtualClock& clock);
@@ -21,8 +21,11 @@ class BoardMaster {
 
   void Start();  // repeated when the bus is already this master's
   void Stop();
-  bool Send(uint8_t byte);            // true = acknowledged
-  uint8_t Receive(bool acknowledge);  // the ninth clock included
+  bool Send(uint8_t byte);  // true = acknowledged
+  uint8_t Receive(bool acknowledge);
+  // The same in two steps.
+  uint8_t ReceiveBits();
+  void Acknowledge(bool acknowledge) { Clock(!acknowledge); }
 
   void SelectFlash();
   void DeselectFlash();
@@ -31,7 +34,7 @@ class BoardMaster {
 
  private:
   void Drive(bool scl, bool sda);
-  bool Clock();  // one pulse; the level of SDA while SCL is high
+  bool Clock(bool sda);  // one bit; the level of SDA while SCL was high
 
   Board& board_;
   VirtualClock& clock_;

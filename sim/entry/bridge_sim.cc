@@ -150,11 +150,13 @@ std::unique_ptr<Bench> MakeBench(const Arguments& arguments) {
   return bench;
 }
 
-// The line of the bench's bridge, which nothing opens on the PC's side; null when the options have
-// connected something else.
+// The line of the bench's bridge, which nothing opens on the PC's side. Null when the options have
+// connected something else, which standard error is told.
 SerialLine* LineOf(Bench& bench, const Arguments& arguments) {
   auto* adapter = dynamic_cast<BridgeAdapter*>(bench.adapter(AdapterName(arguments)));
-  return adapter != nullptr ? &adapter->line() : nullptr;
+  if (adapter != nullptr) return &adapter->line();
+  std::fprintf(stderr, "brisk_bridge_sim: the adapter is %s, no other\n", AdapterName(arguments));
+  return nullptr;
 }
 
 int Main(int count, char** given) {

@@ -6,8 +6,8 @@
 #include <utility>
 #include <vector>
 
-#include "sim/adapters/bridges/i2c_master.h"
 #include "sim/board/board.h"
+#include "sim/board/board_master.h"
 
 namespace brisk::sim {
 namespace {
@@ -20,7 +20,7 @@ constexpr char kEnough[] = "1";  // the PC has what it wanted
 class TextFirmware final : public BridgeFirmware {
  public:
   TextFirmware(const Site& site, BridgeLine& line)
-      : board_(site.board), line_(line), master_(site.board.i2c(), site.clock) {}
+      : board_(site.board), line_(line), master_(site.board, site.clock) {}
 
   void Receive(uint8_t byte) override {
     if (streaming_) EndStream();
@@ -42,7 +42,7 @@ class TextFirmware final : public BridgeFirmware {
     if (!low_) {
       const std::lock_guard lock(board_.mutex());
       if (held_) master_.Acknowledge(true);
-      const uint8_t byte = master_.Read();
+      const uint8_t byte = master_.ReceiveBits();
       held_ = true;
       low_ = static_cast<char>('0' + (byte & 0x0F));
       line_.Say(std::string(1, static_cast<char>('0' + (byte >> 4))));
@@ -75,7 +75,7 @@ class TextFirmware final : public BridgeFirmware {
 
   bool WriteAll(const Bytes& bytes) {
     bool ok = true;
-    for (const uint8_t byte : bytes) ok = ok && master_.Write(byte);
+    for (const uint8_t byte : bytes) ok = ok && master_.Send(byte);
     return ok;
   }
 
@@ -91,7 +91,7 @@ class TextFirmware final : public BridgeFirmware {
     bool ok = WriteAll(*bytes);
     if (ok && combined) {
       master_.Start();
-      ok = master_.Write(first | 1);
+      ok = master_.Send(first | 1);
     }
     streaming_ = ok && (combined || (first & 1) != 0);
     if (!streaming_) master_.Stop();
@@ -100,7 +100,7 @@ class TextFirmware final : public BridgeFirmware {
 
   void EndStream() {
     const std::lock_guard lock(board_.mutex());
-    if (!held_) master_.Read();  // while the device drives SDA there can be no STOP
+    if (!held_) master_.ReceiveBits();  // while the device drives SDA there can be no STOP
     master_.Acknowledge(false);
     master_.Stop();
     streaming_ = false;
@@ -110,7 +110,7 @@ class TextFirmware final : public BridgeFirmware {
 
   Board& board_;
   BridgeLine& line_;
-  I2cMaster master_;
+  BoardMaster master_;
   std::string text_;
   bool streaming_ = false;
   bool held_ = false;        // a byte has been received but not yet acknowledged

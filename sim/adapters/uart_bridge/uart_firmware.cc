@@ -6,8 +6,8 @@
 #include <utility>
 #include <vector>
 
-#include "sim/adapters/bridges/i2c_master.h"
 #include "sim/board/board.h"
+#include "sim/board/board_master.h"
 #include "sim/board/timing_controller.h"
 #include "sim/common/faults.h"
 
@@ -45,10 +45,7 @@ constexpr uint8_t kWrongWidth = 3;  // what no register code asks for
 class UartFirmware final : public BridgeFirmware {
  public:
   UartFirmware(const Site& site, BridgeLine& line)
-      : board_(site.board),
-        faults_(site.faults),
-        line_(line),
-        master_(site.board.i2c(), site.clock) {}
+      : board_(site.board), faults_(site.faults), line_(line), master_(site.board, site.clock) {}
 
   void Receive(uint8_t byte) override {
     if (frame_.empty() && (!frameMode_ || Find(byte) == nullptr)) return TextByte(byte);
@@ -110,12 +107,12 @@ class UartFirmware final : public BridgeFirmware {
   }
 
   void Transmit() {
-    const uint8_t reply[] = {kReply, static_cast<uint8_t>(master_.Write(frame_[1]) ? 0 : 1)};
+    const uint8_t reply[] = {kReply, static_cast<uint8_t>(master_.Send(frame_[1]) ? 0 : 1)};
     line_.Answer(reply);
   }
 
   void ReceiveByte() {
-    const uint8_t reply[] = {kReply, 0x00, kReply, master_.Read()};
+    const uint8_t reply[] = {kReply, 0x00, kReply, master_.ReceiveBits()};
     owed_ = frame_[1] != 0;
     if (!owed_) master_.Acknowledge(true);
     line_.Answer(reply);
@@ -127,13 +124,12 @@ class UartFirmware final : public BridgeFirmware {
     if (code == nullptr) return;
     std::vector<uint8_t> bytes;  // low byte first
     master_.Start();
-    bool ok = master_.Write(TimingController::kAddress) && master_.Write(frame_[2]);
+    bool ok = master_.Send(TimingController::kAddress) && master_.Send(frame_[2]);
     if (code->read && ok) {
       master_.Start();
-      ok = master_.Write(TimingController::kAddress | 1);
+      ok = master_.Send(TimingController::kAddress | 1);
       while (ok && bytes.size() < code->width) {
-        bytes.push_back(master_.Read());
-        master_.Acknowledge(bytes.size() < code->width);
+        bytes.push_back(master_.Receive(bytes.size() + 1U < code->width));
       }
     }
     if (!code->read) ok = ok && WriteBackwards(code->width);
@@ -147,13 +143,13 @@ class UartFirmware final : public BridgeFirmware {
   // The last bytes of the frame.
   bool WriteBackwards(size_t count) {
     const auto end = frame_.rbegin() + static_cast<ptrdiff_t>(count);
-    return std::all_of(frame_.rbegin(), end, [this](uint8_t byte) { return master_.Write(byte); });
+    return std::all_of(frame_.rbegin(), end, [this](uint8_t byte) { return master_.Send(byte); });
   }
 
   Board& board_;
   Faults& faults_;
   BridgeLine& line_;
-  I2cMaster master_;
+  BoardMaster master_;
   std::string text_;
   std::vector<uint8_t> frame_;
   bool awake_ = false;
